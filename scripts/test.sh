@@ -1,0 +1,16 @@
+#!/usr/bin/env bash
+# Builds Ostrelle (installing what it needs) and runs the whole test suite: format check, core tests (also
+# under AddressSanitizer and UBSan), and the shell and end-to-end tests under Xvfb.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+scripts/setup.sh build -DOSTRELLE_WERROR=ON
+scripts/setup.sh build-asan -DOSTRELLE_WERROR=ON -DOSTRELLE_SANITIZE=ON -DOSTRELLE_CORE_ONLY=ON
+
+echo "== format"
+git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run --Werror
+
+echo "== core tests (sanitizers)"
+ctest --test-dir build-asan --output-on-failure -j"$(nproc)"
+
+echo "== all tests"
+ctest --test-dir build --output-on-failure -j"$(nproc)"

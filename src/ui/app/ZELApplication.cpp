@@ -1,0 +1,74 @@
+#include "ui/app/ZELApplication.h"
+
+#include "core/log/ZELLog.h"
+#include "platform/browser/BrowserLauncher.h"
+#include "ui/app/AppDelegate.h"
+
+namespace zel {
+
+Glib::RefPtr<ZELApplication> ZELApplication::create(const ZELSettings& settings, bool unique) {
+    return Glib::make_refptr_for_instance<ZELApplication>(new ZELApplication(settings, unique));
+}
+
+ZELApplication::ZELApplication(const ZELSettings& settings, bool unique)
+    : Gtk::Application(kApplicationId, unique ? Gio::Application::Flags::NONE : Gio::Application::Flags::NON_UNIQUE),
+      settings_(settings) {
+    Glib::set_application_name("Ostrelle");
+}
+
+void ZELApplication::on_startup() {
+    Gtk::Application::on_startup();
+    add_action("help", sigc::mem_fun(*this, &ZELApplication::showHelp));
+    add_action("feedback", sigc::mem_fun(*this, &ZELApplication::showFeedbackWindow));
+    add_action("quit", [this] { quit(); });
+    set_accel_for_action("app.quit", "<Control>q");
+    set_accel_for_action("app.help", "F1");
+    if (delegate_) {
+        delegate_->init(*this);
+        delegate_->applicationWillFinishLaunching();
+    }
+}
+
+void ZELApplication::on_activate() {
+    if (!delegate_) return;
+    if (!launched_) {
+        launched_ = true;
+        delegate_->applicationDidFinishLaunching();
+        return;
+    }
+    // A later activation is another launch of the program while this one runs.
+    bool visible = false;
+    for (Gtk::Window* w : get_windows()) visible = visible || w->get_visible();
+    delegate_->applicationShouldHandleReopen(visible);
+}
+
+void ZELApplication::on_window_added(Gtk::Window* window) {
+    Gtk::Application::on_window_added(window);
+    window->property_is_active().signal_changed().connect([this] {
+        // Focus moving between two of our windows passes through "none active"; settle before deciding.
+        Glib::signal_idle().connect_once([this] { updateActive(); });
+    });
+}
+
+void ZELApplication::updateActive() {
+    bool active = false;
+    for (Gtk::Window* w : get_windows()) active = active || w->is_active();
+    if (active == active_ || !delegate_) return;
+    active_ = active;
+    if (active) {
+        delegate_->applicationDidBecomeActive();
+    } else {
+        delegate_->applicationDidResignActive();
+    }
+}
+
+void ZELApplication::showHelp() {
+    zelLog("showHelp");
+    platform::openURL(settings_.serviceHomeURL);
+}
+
+void ZELApplication::showFeedbackWindow() {
+    if (delegate_) delegate_->showFeedbackWindow();
+}
+
+}  // namespace zel

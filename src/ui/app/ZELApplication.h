@@ -1,0 +1,43 @@
+// The application object: one running instance per user session (a second launch activates the running one),
+// the start-up order mapped onto the toolkit's startup and activate, application actions (help, feedback,
+// quit), and application-wide activation changes. Main thread only.
+#pragma once
+
+#include "core/env/ZELSettings.h"
+
+#include <gtkmm.h>
+
+namespace zel {
+
+class AppDelegate;
+
+class ZELApplication : public Gtk::Application {
+public:
+    static constexpr const char* kApplicationId = "org.ostrelle.Ostrelle";
+
+    // unique: false for runs that must not hand over to an already running instance (automation).
+    static Glib::RefPtr<ZELApplication> create(const ZELSettings& settings, bool unique);
+
+    // Not owned; must outlive the run.
+    void setDelegate(AppDelegate* delegate) { delegate_ = delegate; }
+    AppDelegate* delegate() const { return delegate_; }
+
+    void showHelp();
+    void showFeedbackWindow();
+
+protected:
+    ZELApplication(const ZELSettings& settings, bool unique);
+    void on_startup() override;
+    void on_activate() override;
+    void on_window_added(Gtk::Window* window) override;
+
+private:
+    void updateActive();
+
+    const ZELSettings& settings_;
+    AppDelegate* delegate_ = nullptr;
+    bool launched_ = false;
+    bool active_ = false;
+};
+
+}  // namespace zel

@@ -1,0 +1,196 @@
+#include "ui/controllers/MainViewController.h"
+
+#include "core/env/ZELEnv.h"
+#include "core/json/HXAddtions.h"
+#include "core/log/ZELLog.h"
+#include "core/web/WebAppAddress.h"
+#include "platform/browser/BrowserLauncher.h"
+#include "ui/windows/WindowPlacement.h"
+
+namespace zel {
+namespace {
+
+constexpr int kMainWidth = 1200, kMainHeight = 620;
+constexpr int kLoginWidth = 340, kLoginHeight = 150;
+constexpr int kFeedbackWidth = 340, kFeedbackHeight = 190;
+
+}  // namespace
+
+MainViewController::MainViewController(Gtk::Application& application, const LaunchOptions& options,
+                                       const ZELBundle& bundle)
+    : application_(application), options_(options), bundle_(bundle) {
+    pluginController_ = std::make_shared<ZELPluginController>();
+    pluginController_->setDelegate(this);
+
+    userInfoPlugin_ = std::make_unique<ZELUserInfoPlugin>();
+    userInfoPlugin_->setDelegate(this);
+    userLoginPlugin_ = std::make_unique<ZELUserLoginPlugin>();
+    userLoginPlugin_->setDelegate(this);
+    menuPlugin_ = std::make_unique<ZELMenuPlugin>();
+    menuPlugin_->setDelegate(this);
+    appUpdatePlugin_ = std::make_unique<ZELAppUpdatePlugin>(bundle.infoValue("CFBundleShortVersionString"),
+                                                            ZELEnv::workingDirectory());
+    appUpdatePlugin_->setDelegate(this);
+
+    pluginController_->registerPlugin(*appUpdatePlugin_, "cordovaAppUpdate");
+    pluginController_->registerPlugin(*userInfoPlugin_, "cordovaUserInfo");
+    pluginController_->registerPlugin(*userLoginPlugin_, "cordovaUserLogin");
+    pluginController_->registerPlugin(*menuPlugin_, "cordovaMenu");
+
+    webViewDelegate_ = std::make_unique<ZELWebViewDelegate>();
+
+    mainWindow_ = std::make_unique<ZELMainWindow>(kMainWidth, kMainHeight);
+    mainWindow_->setZelMainWindowDelegate(this);
+    application_.add_window(*mainWindow_);
+    centerOnScreen(*mainWindow_);
+    mainWindow_->present();
+
+    ZELWebViewOptions webOptions;
+    webOptions.dataDirectory = ZELEnv::workingDirectory();
+    webOptions.developerExtras = options.inspector;
+    webOptions.automation = options.automation;
+    webOptions.consoleToStdout = options.consoleLog;
+    webView_ = std::make_unique<ZELWebView>(webOptions);
+    webViewDelegate_->attach(*webView_, options.inspector);
+    webViewDelegate_->setWindow(mainWindow_.get());
+    webView_->bridge().setExecHandler([this](const Value& callId, const std::string& plugin,
+                                             const std::string& method, const std::string& params) {
+        pluginController_->exec(callId, plugin, method, params);
+    });
+
+    zelLog("WebStoragePath is '%@', modify in MainViewController.", webOptions.dataDirectory.string());
+    zelLog("WebStoragePath enabled', modify in MainViewController.");
+
+    mainWindow_->setContentView(webView_->widget());
+    pluginController_->setWebView(webView_.get());
+
+    if (options.automation) {
+        g_signal_connect(webView_->context(), "automation-started",
+                         G_CALLBACK(+[](WebKitWebContext*, WebKitAutomationSession* session, gpointer self) {
+                             g_signal_connect(session, "create-web-view",
+                                              G_CALLBACK(+[](WebKitAutomationSession*, gpointer self) {
+                                                  return static_cast<MainViewController*>(self)->webView_->webView();
+                                              }),
+                                              self);
+                         }),
+                         this);
+    }
+}
+
+MainViewController::~MainViewController() = default;
+
+void MainViewController::registerURLProtocol() {
+    schemeHandler_ = std::make_unique<WebAppSchemeHandler>(bundle_.wwwDirectory());
+    schemeHandler_->registerWith(webView_->context());
+}
+
+void MainViewController::didReady() { awakeFromNib(); }
+
+void MainViewController::awakeFromNib() {
+    webView_->loadURI(options_.startPage.value_or(web::startPageURL(options_.settings.staticFileHost)));
+    zelLog("awakeFromNib");
+}
+
+void MainViewController::orderFront() { mainWindow_->present(); }
+
+void MainViewController::tooglePlayPause() { callJavascriptFunc("tooglePlayPause"); }
+void MainViewController::playNextSong() { callJavascriptFunc("forward"); }
+void MainViewController::playPreviousSong() { callJavascriptFunc("backward"); }
+
+void MainViewController::callJavascriptFunc(const std::string& name, const ArgList& params) {
+    webView_->callJavascriptFunc(name, params);
+}
+
+void MainViewController::showLoginWindow() {
+    if (!loginWindow_) {
+        loginWindow_ = std::make_unique<ZELLoginWindow>(kLoginWidth, kLoginHeight);
+        loginWindow_->setLoginWindowDelegate(this);
+        loginWindow_->set_transient_for(*mainWindow_);
+        application_.add_window(*loginWindow_);
+        centerOnScreen(*loginWindow_);
+    }
+    loginWindow_->present();
+}
+
+void MainViewController::showRegisterWindow() {
+    zelLog("showRegisterWindow");
+    platform::openURL("https://" + options_.settings.accountHost + "/v2/?reg&tpl=music");
+}
+
+void MainViewController::showFeedbackWindow() {
+    zelLog("showFeedbackWindow");
+    if (!feedbackWindow_) {
+        feedbackWindow_ = std::make_unique<ZELFeedbackWindow>(kFeedbackWidth, kFeedbackHeight);
+        feedbackWindow_->setFeedbackWindowDelegate(this);
+        feedbackWindow_->set_transient_for(*mainWindow_);
+        application_.add_window(*feedbackWindow_);
+        centerOnScreen(*feedbackWindow_);
+    }
+    feedbackWindow_->present();
+}
+
+// This build has no web cache yet: the web app is always served from the bundle, so there is nothing to
+// refresh or clear, and a refresh request stays unanswered as one that never ends would.
+void MainViewController::refreshWebCache() { zelLog("refreshWebCache: no web cache in this build"); }
+void MainViewController::clearWebCache() { zelLog("clearWebCache: no web cache in this build"); }
+
+void MainViewController::showSearchSuggestion() { callJavascriptFunc("showSuggestion"); }
+void MainViewController::hideSearchSuggestion() { callJavascriptFunc("hideSuggestion"); }
+
+void MainViewController::updateSearchQuery(const std::string& query) {
+    zelLog("updateSearchQuery");
+    callJavascriptFunc("updateQuery", argList(query));
+}
+
+void MainViewController::submitSearchQuery(const std::string& query) {
+    zelLog("submitSearchQuery %@", query);
+    hideSearchSuggestion();
+    callJavascriptFunc("searchQuery", argList(query));
+}
+
+void MainViewController::historyBack() { webView_->goBack(); }
+void MainViewController::historyForward() { webView_->goForward(); }
+void MainViewController::showLoginWindowButtonClick() { showLoginWindow(); }
+void MainViewController::showRegisterWindowButtonClick() { showRegisterWindow(); }
+void MainViewController::logoutButtonClick() { callJavascriptFunc("logout"); }
+
+void MainViewController::login(const std::string& userName, const std::string& password,
+                               const std::string& verifyCode, bool /*isPhone*/, bool remember) {
+    zelLog("login %@ %@, %hhd", userName, password, remember);
+    callJavascriptFunc("login", argList(userName, password, verifyCode));
+}
+
+void MainViewController::updateVerifyCode() {
+    zelLog("updateVerifyCode");
+    callJavascriptFunc("updateVerifyCode");
+}
+
+void MainViewController::submitFeedback(const std::string& text, const std::string& email) {
+    if (feedbackWindow_) feedbackWindow_->performClose();
+    callJavascriptFunc("feedback", argList(text, email));
+}
+
+void MainViewController::didUpdateUserInfo(const std::string& /*unused*/, const Value& nickName,
+                                           const Value& avatarSrc) {
+    mainWindow_->updateUserName(nickName, avatarSrc);
+}
+
+void MainViewController::setLoginStatus(const Value& status) {
+    if (!loginWindow_) return;
+    loginWindow_->setStatus(status);
+    if (status.is_string() && status.get_ref<const std::string&>() == "0") loginWindow_->performClose();
+}
+
+void MainViewController::setLoginErrorMessage(const Value& message) {
+    if (loginWindow_) loginWindow_->setErrorMessage(message);
+}
+
+void MainViewController::setLoginNeedVerifyCode(bool need) {
+    if (loginWindow_) loginWindow_->setNeedVerifyCode(need);
+}
+
+void MainViewController::setLoginVerifyCodeImageSrc(const Value& src) {
+    if (loginWindow_) loginWindow_->setVerifyCodeImageSrc(src);
+}
+
+}  // namespace zel

@@ -1,0 +1,101 @@
+#include "ui/web/ZELWebViewDelegate.h"
+
+#include "core/log/ZELLog.h"
+#include "core/web/WebAppAddress.h"
+#include "platform/browser/BrowserLauncher.h"
+
+namespace zel {
+
+void ZELWebViewDelegate::attach(ZELWebView& webView, bool allowContextMenu) {
+    webView_ = &webView;
+    allowContextMenu_ = allowContextMenu;
+    WebKitWebView* view = webView.webView();
+    g_signal_connect(view, "decide-policy", G_CALLBACK(onDecidePolicy), this);
+    g_signal_connect(view, "script-dialog", G_CALLBACK(onScriptDialog), this);
+    g_signal_connect(view, "context-menu", G_CALLBACK(onContextMenu), this);
+    g_signal_connect(view, "permission-request", G_CALLBACK(onPermissionRequest), this);
+    g_signal_connect(view, "web-process-terminated", G_CALLBACK(onWebProcessTerminated), this);
+}
+
+gboolean ZELWebViewDelegate::onDecidePolicy(WebKitWebView*, WebKitPolicyDecision* decision,
+                                            WebKitPolicyDecisionType type, gpointer) {
+    if (type != WEBKIT_POLICY_DECISION_TYPE_NAVIGATION_ACTION && type != WEBKIT_POLICY_DECISION_TYPE_NEW_WINDOW_ACTION)
+        return FALSE;
+    WebKitNavigationAction* action =
+        webkit_navigation_policy_decision_get_navigation_action(WEBKIT_NAVIGATION_POLICY_DECISION(decision));
+    const char* uri = webkit_uri_request_get_uri(webkit_navigation_action_get_request(action));
+    if (!uri) return FALSE;
+    const bool inApp = web::isInAppNavigation(uri);
+    if (type == WEBKIT_POLICY_DECISION_TYPE_NEW_WINDOW_ACTION) {
+        // The program has one window; new windows are the browser's.
+        webkit_policy_decision_ignore(decision);
+        if (!inApp) platform::openURL(uri);
+        return TRUE;
+    }
+    // Subframes may embed outside content; what the user (or the page) navigates to outside the web app leaves
+    // for the browser. Redirects and frame loads carry no user gesture.
+    if (!inApp && webkit_navigation_action_is_user_gesture(action)) {
+        webkit_policy_decision_ignore(decision);
+        platform::openURL(uri);
+        return TRUE;
+    }
+    return FALSE;
+}
+
+gboolean ZELWebViewDelegate::onScriptDialog(WebKitWebView*, WebKitScriptDialog* dialog, gpointer self) {
+    return static_cast<ZELWebViewDelegate*>(self)->webView_->bridge().handleScriptDialog(dialog);
+}
+
+gboolean ZELWebViewDelegate::onContextMenu(WebKitWebView*, WebKitContextMenu*, WebKitHitTestResult*, gpointer self) {
+    return static_cast<ZELWebViewDelegate*>(self)->allowContextMenu_ ? FALSE : TRUE;
+}
+
+gboolean ZELWebViewDelegate::onPermissionRequest(WebKitWebView*, WebKitPermissionRequest* request, gpointer) {
+    if (WEBKIT_IS_NOTIFICATION_PERMISSION_REQUEST(request)) {
+        webkit_permission_request_allow(request);
+        return TRUE;
+    }
+    return FALSE;
+}
+
+void ZELWebViewDelegate::onWebProcessTerminated(WebKitWebView*, WebKitWebProcessTerminationReason reason,
+                                                gpointer self) {
+    static_cast<ZELWebViewDelegate*>(self)->webProcessTerminated(reason);
+}
+
+void ZELWebViewDelegate::webProcessTerminated(WebKitWebProcessTerminationReason reason) {
+    if (reason == WEBKIT_WEB_PROCESS_TERMINATED_BY_API) return;
+    const char* why = reason == WEBKIT_WEB_PROCESS_EXCEEDED_MEMORY_LIMIT ? "memory limit" : "crash";
+    const auto now = std::chrono::steady_clock::now();
+    while (!reloads_.empty() && now - reloads_.front() > std::chrono::minutes(1)) reloads_.pop_front();
+    if (static_cast<int>(reloads_.size()) >= kMaxReloadsPerMinute) {
+        zelLog("web process ended (%@); not reloading again within a minute", why);
+        showCrashMessage();
+        return;
+    }
+    reloads_.push_back(now);
+    zelLog("web process ended (%@); reloading", why);
+    webView_->reload();
+}
+
+void ZELWebViewDelegate::showCrashMessage() {
+    if (!crashDialog_) {
+        crashDialog_ = std::make_unique<Gtk::MessageDialog>("网页意外退出", false, Gtk::MessageType::ERROR,
+                                                            Gtk::ButtonsType::NONE, true);
+        crashDialog_->set_secondary_text("Ostrelle 的页面在一分钟内多次意外退出。");
+        crashDialog_->add_button("关闭", Gtk::ResponseType::CLOSE);
+        crashDialog_->add_button("重新加载", Gtk::ResponseType::OK);
+        crashDialog_->set_hide_on_close(true);
+        crashDialog_->signal_response().connect([this](int response) {
+            crashDialog_->hide();
+            if (response == Gtk::ResponseType::OK) {
+                reloads_.clear();
+                webView_->reload();
+            }
+        });
+    }
+    if (window_) crashDialog_->set_transient_for(*window_);
+    crashDialog_->present();
+}
+
+}  // namespace zel

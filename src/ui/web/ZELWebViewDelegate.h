@@ -1,0 +1,52 @@
+// The one object the web view reports to: it keeps the web view an ordinary browser view for the web app and
+// nothing else.
+//
+// - Bridge prompts go to the script bridge; every other dialog is the web view's own.
+// - Navigation that would leave the web app (links, form posts, new windows) opens in the user's browser.
+// - The web view shows no context menu of its own (unless developer extras are on, for the inspector).
+// - Web notifications are allowed.
+// - A crashed web process is reloaded, at most kMaxReloadsPerMinute times a minute; after that the user is
+//   told, and can reload by hand.
+//
+// Connects to the web view given to attach; must outlive it. Main thread only.
+#pragma once
+
+#include "ui/web/ZELWebView.h"
+
+#include <gtkmm.h>
+
+#include <chrono>
+#include <deque>
+#include <functional>
+#include <memory>
+
+namespace zel {
+
+class ZELWebViewDelegate {
+public:
+    static constexpr int kMaxReloadsPerMinute = 3;
+
+    ZELWebViewDelegate() = default;
+
+    void attach(ZELWebView& webView, bool allowContextMenu);
+    // Where the crash message is shown (transient parent); not owned.
+    void setWindow(Gtk::Window* window) { window_ = window; }
+
+private:
+    static gboolean onDecidePolicy(WebKitWebView*, WebKitPolicyDecision*, WebKitPolicyDecisionType, gpointer self);
+    static gboolean onScriptDialog(WebKitWebView*, WebKitScriptDialog*, gpointer self);
+    static gboolean onContextMenu(WebKitWebView*, WebKitContextMenu*, WebKitHitTestResult*, gpointer self);
+    static gboolean onPermissionRequest(WebKitWebView*, WebKitPermissionRequest*, gpointer self);
+    static void onWebProcessTerminated(WebKitWebView*, WebKitWebProcessTerminationReason, gpointer self);
+
+    void webProcessTerminated(WebKitWebProcessTerminationReason reason);
+    void showCrashMessage();
+
+    ZELWebView* webView_ = nullptr;
+    Gtk::Window* window_ = nullptr;
+    bool allowContextMenu_ = false;
+    std::deque<std::chrono::steady_clock::time_point> reloads_;
+    std::unique_ptr<Gtk::MessageDialog> crashDialog_;
+};
+
+}  // namespace zel

@@ -1,0 +1,36 @@
+#include "ui/windows/WindowPlacement.h"
+
+#include "core/geometry/Geometry.h"
+
+#include <gdk/x11/gdkx.h>
+
+#include <cmath>
+
+namespace zel {
+
+void centerOnScreen(Gtk::Window& window) {
+    auto place = [&window] {
+        GtkNative* native = GTK_NATIVE(window.gobj());
+        GdkSurface* surface = gtk_native_get_surface(native);
+        GdkDisplay* display = surface ? gdk_surface_get_display(surface) : nullptr;
+        if (!display || !GDK_IS_X11_DISPLAY(display)) return;
+        GdkMonitor* monitor = gdk_display_get_monitor_at_surface(display, surface);
+        if (!monitor) return;
+        GdkRectangle geometry;
+        gdk_monitor_get_geometry(monitor, &geometry);
+        int width = window.get_width(), height = window.get_height();
+        if (width <= 0 || height <= 0) window.get_default_size(width, height);
+        const ZELRect r = centeredRect({double(geometry.x), double(geometry.y), double(geometry.width),
+                                        double(geometry.height)},
+                                       width, height);
+        XMoveWindow(gdk_x11_display_get_xdisplay(display), gdk_x11_surface_get_xid(surface),
+                    static_cast<int>(std::lround(r.x)), static_cast<int>(std::lround(r.y)));
+    };
+    if (window.get_mapped()) {
+        place();
+    } else {
+        window.signal_map().connect(place);
+    }
+}
+
+}  // namespace zel

@@ -1,0 +1,20 @@
+#include "core/geometry/Geometry.h"
+
+#include <gtest/gtest.h>
+
+namespace zel {
+namespace {
+
+TEST(Geometry, CentredRectSitsHorizontallyCentredAndAboveTheMiddle) {
+    // 1920x1080 screen, 1200x620 window: 360 free on each side, 460 free vertically split 1:2.
+    EXPECT_EQ(centeredRect({0, 0, 1920, 1080}, 1200, 620), (ZELRect{360, 460.0 / 3, 1200, 620}));
+    // A second monitor to the right keeps its own origin.
+    EXPECT_EQ(centeredRect({1920, 0, 1280, 1024}, 340, 150).x, 1920 + 470);
+}
+
+TEST(Geometry, WindowLargerThanTheScreenStartsAtTheScreensCorner) {
+    EXPECT_EQ(centeredRect({0, 0, 800, 600}, 1200, 620), (ZELRect{0, 0, 1200, 620}));
+}
+
+}  // namespace
+}  // namespace zel
