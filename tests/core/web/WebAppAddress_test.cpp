@@ -1,0 +1,97 @@
+#include "core/web/WebAppAddress.h"
+
+#include "core/fs/Files.h"
+#include "core/support/TestSupport.h"
+
+#include <gtest/gtest.h>
+
+namespace zel::web {
+namespace {
+
+TEST(WebAppAddressTest, Addresses) {
+    EXPECT_EQ(startPageURL("h.example:81"), "ostrelle://h.example:81/player/mac/www/index.html");
+    EXPECT_TRUE(belongsToWebApp("http://x/?next=/player/mac/www"));
+    EXPECT_TRUE(belongsToWebApp("FILE:///tmp/a.png"));
+    EXPECT_FALSE(belongsToWebApp("http://x/player/mac/ww/a.js"));
+    EXPECT_EQ(networkAddress("ostrelle://h:81/player/mac/www/a.js?v=1"),
+              "http://h:81/player/mac/www/a.js?v=1");
+    EXPECT_EQ(networkAddress("https://h/a"), "https://h/a");
+    for (const char* url : {"ostrelle://h/player/mac/www/index.html", "file:///a", "about:blank", "data:,x",
+                            "blob:ostrelle://h/1"}) {
+        EXPECT_TRUE(isInAppNavigation(url)) << url;
+    }
+    for (const char* url :
+         {"https://account.example/v2/?reg", "http://h/player/mac/www/x", "javascript:1", "x"}) {
+        EXPECT_FALSE(isInAppNavigation(url)) << url;
+    }
+}
+
+TEST(WebAppAddressTest, RelativePathOfWebAppFiles) {
+    EXPECT_EQ(webAppRelativePath("/player/mac/www"), "index.html");
+    EXPECT_EQ(webAppRelativePath("/player/mac/www/"), "index.html");
+    EXPECT_EQ(webAppRelativePath("/player/mac/www/js/a.js"), "js/a.js");
+    EXPECT_EQ(webAppRelativePath("/player/mac/www/img/a%20b%3F.png"), "img/a b?.png");
+    EXPECT_EQ(webAppRelativePath("/player/mac/www/...x"), "...x");
+}
+
+TEST(WebAppAddressTest, RelativePathRefusesHostilePaths) {
+    for (const char* path : {"/player/mac/www/..",
+                             "/player/mac/www/../secret",
+                             "/player/mac/www/js/../../x",
+                             "/player/mac/www/%2e%2e/x",
+                             "/player/mac/www/%2E./x",
+                             "/player/mac/www/./a",
+                             "/player/mac/www/a%2Fb",
+                             "/player/mac/www/a%2fb",
+                             "/player/mac/www/a%5Cb",
+                             "/player/mac/www/a\\b",
+                             "/player/mac/www/a%00.js",
+                             "/player/mac/www//etc/passwd",
+                             "/player/mac/www/js/",
+                             "/player/mac/www/a%",
+                             "/player/mac/www/a%4",
+                             "/player/mac/www/a%zz",
+                             "/player/mac/www/a.js?v=1",
+                             "/player/mac/www/a#f",
+                             "/player/mac/www/a%0A",
+                             "/player/mac/wwwx/a",
+                             "/player/mac/wwwa.js",
+                             "/player/mac",
+                             "",
+                             "/other/player/mac/www/a",
+                             "player/mac/www/a"}) {
+        EXPECT_EQ(webAppRelativePath(path), std::nullopt) << path;
+    }
+    EXPECT_EQ(webAppRelativePath(std::string_view("/player/mac/www/a\0b", 19)), std::nullopt);
+}
+
+TEST(WebAppAddressTest, ResolveInsideStaysInTheRealFolder) {
+    test::ScratchDirectory scratch;
+    const auto www = scratch.path() / "www";
+    ASSERT_TRUE(fs::writeFileAtomically(www / "js" / "a.js", "a"));
+    ASSERT_TRUE(fs::writeFileAtomically(scratch.path() / "secret.txt", "s"));
+    std::filesystem::create_symlink(scratch.path() / "secret.txt", www / "out.txt");
+    std::filesystem::create_symlink(www / "js" / "a.js", www / "in.js");
+    std::filesystem::create_symlink(scratch.path(), www / "up");
+
+    EXPECT_EQ(resolveInside(www, "js/a.js"), std::filesystem::canonical(www / "js" / "a.js"));
+    EXPECT_EQ(resolveInside(www, "in.js"), std::filesystem::canonical(www / "js" / "a.js"));
+    for (const char* relative :
+         {"out.txt", "up/secret.txt", "../secret.txt", "js", "missing.js", "", "/etc/passwd"}) {
+        EXPECT_EQ(resolveInside(www, relative), std::nullopt) << relative;
+    }
+    EXPECT_EQ(resolveInside(scratch.path() / "none", "a"), std::nullopt);
+    // A sibling whose name starts with the folder's name is outside it.
+    ASSERT_TRUE(fs::writeFileAtomically(scratch.path() / "www2" / "b.js", "b"));
+    std::filesystem::create_symlink(scratch.path() / "www2" / "b.js", www / "b.js");
+    EXPECT_EQ(resolveInside(www, "b.js"), std::nullopt);
+}
+
+TEST(WebAppAddressTest, MimeTypeFromTheLastNamesExtension) {
+    EXPECT_EQ(mimeTypeForPath("js/App.JS"), "text/javascript");
+    EXPECT_EQ(mimeTypeForPath("v1.2/README"), "application/octet-stream");
+    EXPECT_EQ(mimeTypeForPath("a.exe"), "application/octet-stream");
+}
+
+}  // namespace
+}  // namespace zel::web
