@@ -52,12 +52,59 @@
   };
   window.updateVerifyCode = () => note('updateVerifyCode');
   window.feedback = (text, contact) => note(`feedback ${text} ${contact}`);
-  for (const name of ['loveSong', 'deloveSong', 'addSongToITunes', 'removeSongFromITunes', 'removeDiyList',
-                      'renameDiyList']) {
-    window[name] = (record) => note(`${name} ${record}`);
+  // Song rows and the user's playlists open the native context menus; the menu choices come back here.
+  const library = [
+    {songId: 1, songName: '晴天', albumName: '叶惠美', artistName: '周杰伦', source: 'list'},
+    {songId: 2, songName: '后来', albumName: '我的失败与伟大', artistName: '刘若英', source: 'fav'},
+    {songId: 3, songName: '平凡之路', albumName: '猎户星座', artistName: '朴树', source: 'itunes'},
+  ];
+  let diyLists = [{listId: 101, name: '通勤'}, {listId: 102, name: '深夜'}];
+  let nextListId = 103;
+  const sourceNames = {fav: '收藏', itunes: 'iTunes'};
+  function renderLibrary() {
+    $('songs').replaceChildren(...library.map((song) => {
+      const li = document.createElement('li');
+      li.textContent = `${song.songName} — ${song.artistName} ${sourceNames[song.source] ? `(${sourceNames[song.source]})` : ''}`;
+      li.addEventListener('contextmenu', (e) => {
+        e.preventDefault();
+        ostrelleNative('cordovaMenu', 'showSongMenu', [{x: e.clientX, y: e.clientY, song}]);
+      });
+      return li;
+    }));
+    $('lists').replaceChildren(...diyLists.map((list) => {
+      const li = document.createElement('li');
+      li.textContent = `歌单:${list.name}`;
+      li.addEventListener('contextmenu', (e) => {
+        e.preventDefault();
+        ostrelleNative('cordovaMenu', 'showDiyListMenu', [{x: e.clientX, y: e.clientY, list}]);
+      });
+      return li;
+    }));
+    ostrelleNative('cordovaMenu', 'updateSongMenuDiyListData', [diyLists]);
   }
+  const songOf = (text) => library.find((s) => s.songId === JSON.parse(text).songId);
+  const setSource = (text, source) => { const song = songOf(text); if (song) song.source = source; renderLibrary(); };
+  window.loveSong = (song) => { note(`loveSong ${song}`); setSource(song, 'fav'); };
+  window.deloveSong = (song) => { note(`deloveSong ${song}`); setSource(song, 'list'); };
+  window.addSongToITunes = (song) => { note(`addSongToITunes ${song}`); setSource(song, 'itunes'); };
+  window.removeSongFromITunes = (song) => { note(`removeSongFromITunes ${song}`); setSource(song, 'list'); };
   window.addSongToDiyList = (song, listId) => note(`addSongToDiyList ${song} ${listId}`);
-  window.createDiyList = () => note('createDiyList');
+  window.createDiyList = () => {
+    diyLists.push({listId: nextListId, name: `新歌单 ${nextListId++}`});
+    note('createDiyList');
+    renderLibrary();
+  };
+  window.removeDiyList = (list) => {
+    diyLists = diyLists.filter((l) => l.listId !== JSON.parse(list).listId);
+    note(`removeDiyList ${list}`);
+    renderLibrary();
+  };
+  window.renameDiyList = (list) => {
+    const found = diyLists.find((l) => l.listId === JSON.parse(list).listId);
+    if (found) found.name += '(已改名)';
+    note(`renameDiyList ${list}`);
+    renderLibrary();
+  };
 
   $('play').addEventListener('click', () => window.tooglePlayPause());
   $('next').addEventListener('click', () => window.forward());
@@ -70,4 +117,5 @@
   });
   if (!bridged) $('versions').textContent = '不在 Ostrelle 中运行';
   render();
+  renderLibrary();
 })();

@@ -75,6 +75,11 @@ MainViewController::MainViewController(Gtk::Application& application, const Laun
                          }),
                          this);
     }
+
+    menuController_ = std::make_unique<ZELMenuController>();
+    menuController_->setWindow(mainWindow_.get());
+    menuController_->setWebView(&webView_->widget());
+    menuController_->setDelegate(this);
 }
 
 MainViewController::~MainViewController() = default;
@@ -191,6 +196,51 @@ void MainViewController::setLoginNeedVerifyCode(bool need) {
 
 void MainViewController::setLoginVerifyCodeImageSrc(const Value& src) {
     if (loginWindow_) loginWindow_->setVerifyCodeImageSrc(src);
+}
+
+void MainViewController::showSongMenu(const Value& song, ZELPoint origin) {
+    menuController_->showSongMenu(song, origin);
+}
+
+void MainViewController::showDiyListMenu(const Value& list, ZELPoint origin) {
+    menuController_->showDiyListMenu(list, origin);
+}
+
+void MainViewController::updateSongMenuDiyListData(const Value& entries) {
+    menuController_->updateSongMenuDiyListData(entries);
+}
+
+void MainViewController::loveSong(const Value& song) {
+    callJavascriptFunc("loveSong", argList(hx::jsonStringWithDictionary(song)));
+}
+
+void MainViewController::deloveSong(const Value& song) {
+    callJavascriptFunc("deloveSong", argList(hx::jsonStringWithDictionary(song)));
+}
+
+void MainViewController::addSongToITunes(const Value& song) {
+    callJavascriptFunc("addSongToITunes", argList(hx::jsonStringWithDictionary(song)));
+}
+
+void MainViewController::removeSongFromITunes(const Value& song) {
+    callJavascriptFunc("removeSongFromITunes", argList(hx::jsonStringWithDictionary(song)));
+}
+
+void MainViewController::createDiyList() {
+    callJavascriptFunc("createDiyList");
+}
+
+void MainViewController::removeDiyList(const Value& list) {
+    callJavascriptFunc("removeDiyList", argList(hx::jsonStringWithDictionary(list)));
+}
+
+void MainViewController::renameDiyList(const Value& list) {
+    callJavascriptFunc("renameDiyList", argList(hx::jsonStringWithDictionary(list)));
+}
+
+// An absent id ends the argument list: the web app then receives the song alone.
+void MainViewController::addSongToDiyList(const Value& song, const Value& diyListId) {
+    callJavascriptFunc("addSongToDiyList", argList(hx::jsonStringWithDictionary(song), diyListId));
 }
 
 }  // namespace zel

@@ -9,10 +9,12 @@
 #include "core/bridge/ZELPluginController.h"
 #include "core/env/CommandLine.h"
 #include "core/env/ZELBundle.h"
+#include "core/menu/ZELMenuControllerDelegate.h"
 #include "core/plugins/ZELAppUpdatePlugin.h"
 #include "core/plugins/ZELMenuPlugin.h"
 #include "core/plugins/ZELUserInfoPlugin.h"
 #include "core/plugins/ZELUserLoginPlugin.h"
+#include "ui/menu/ZELMenuController.h"
 #include "ui/web/WebAppSchemeHandler.h"
 #include "ui/web/ZELWebView.h"
 #include "ui/web/ZELWebViewDelegate.h"
@@ -34,6 +36,7 @@ class MainViewController : public ZELMainWindowDelegate,
                            public ZELUserLoginPluginDelegate,
                            public ZELMenuPluginDelegate,
                            public ZELAppUpdatePluginDelegate,
+                           public ZELMenuControllerDelegate,
                            public ZELPluginControllerDelegate {
 public:
     // The application keeps the windows alive while they are shown; options and bundle must outlive this.
@@ -86,6 +89,21 @@ public:
     void setLoginNeedVerifyCode(bool need) override;
     void setLoginVerifyCodeImageSrc(const Value& src) override;
 
+    // ZELMenuPluginDelegate: passed unchanged to the menu controller.
+    void showSongMenu(const Value& song, ZELPoint origin) override;
+    void showDiyListMenu(const Value& list, ZELPoint origin) override;
+    void updateSongMenuDiyListData(const Value& entries) override;
+
+    // ZELMenuControllerDelegate: records go to the web app as one JSON text argument.
+    void loveSong(const Value& song) override;
+    void deloveSong(const Value& song) override;
+    void addSongToITunes(const Value& song) override;
+    void removeSongFromITunes(const Value& song) override;
+    void createDiyList() override;
+    void removeDiyList(const Value& list) override;
+    void renameDiyList(const Value& list) override;
+    void addSongToDiyList(const Value& song, const Value& diyListId) override;
+
     ZELMainWindow& mainWindow() { return *mainWindow_; }
     ZELWebView& webView() { return *webView_; }
 
@@ -106,6 +124,7 @@ private:
     std::unique_ptr<WebAppSchemeHandler> schemeHandler_;
     // Commands hold the controller weakly, so it is shared.
     std::shared_ptr<ZELPluginController> pluginController_;
+    std::unique_ptr<ZELMenuController> menuController_;
 };
 
 }  // namespace zel
