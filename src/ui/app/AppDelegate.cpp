@@ -2,6 +2,7 @@
 
 #include "core/env/ZELEnv.h"
 #include "core/log/ZELLog.h"
+#include "core/media/ZELMediaKeyCommand.h"
 
 namespace zel {
 
@@ -24,8 +25,15 @@ void AppDelegate::applicationDidFinishLaunching() {
     // The main menu is built by the application object (actions and accelerators) before launching ends.
     mainViewController_->registerURLProtocol();
     mainViewController_->didReady();
-    // Media keys reach the web app only while its window has focus, through the web page itself.
-    zelLog("Media key monitoring disabled");
+    keyTap_ = std::make_unique<SPMediaKeyTap>(this);
+    if (SPMediaKeyTap::usesGlobalMediaKeyTap()) {
+        keyTap_->startWatchingMediaKeys();
+    } else {
+        // Media keys then arrive through the application's windows (ZELApplication) and the desktop controls.
+        zelLog("Media key monitoring disabled");
+    }
+    mprisService_ = std::make_unique<ZELMprisService>(this);
+    mprisService_->start();
 }
 
 void AppDelegate::applicationDidBecomeActive() { zelLog("applicationDidBecomeActive"); }
@@ -37,5 +45,52 @@ bool AppDelegate::applicationShouldHandleReopen(bool /*hasVisibleWindows*/) {
 }
 
 void AppDelegate::showFeedbackWindow() { mainViewController_->showFeedbackWindow(); }
+
+void AppDelegate::mediaKeyTap(SPMediaKeyTap* /*tap*/, const ZELMediaKeyEvent& event) {
+    const ZELMediaKeyCommand command = ZELMediaKeyCommand::forEvent(event);
+    if (command.unexpected) {
+        zelLog(ZELMediaKeyCommand::kUnexpectedEventLog);
+        return;
+    }
+    switch (command.action) {
+        case ZELMediaKeyAction::TooglePlayPause:
+            mainViewController_->tooglePlayPause();
+            break;
+        case ZELMediaKeyAction::PlayNextSong:
+            mainViewController_->playNextSong();
+            break;
+        case ZELMediaKeyAction::PlayPreviousSong:
+            mainViewController_->playPreviousSong();
+            break;
+        case ZELMediaKeyAction::None:
+            break;
+    }
+    if (!command.logText.empty()) zelLog("mediaKeyTap %@", command.logText);
+}
+
+// The web app knows only a toggle, so Play and Pause toggle too.
+void AppDelegate::mprisPlayPause() {
+    mediaKeyTap(nullptr, ZELMediaKeyEvent::mediaKey(kMediaKeyPlay, true, false));
+}
+
+void AppDelegate::mprisPlay() {
+    mprisPlayPause();
+}
+
+void AppDelegate::mprisPause() {
+    mprisPlayPause();
+}
+
+void AppDelegate::mprisNext() {
+    mediaKeyTap(nullptr, ZELMediaKeyEvent::mediaKey(kMediaKeyFast, true, false));
+}
+
+void AppDelegate::mprisPrevious() {
+    mediaKeyTap(nullptr, ZELMediaKeyEvent::mediaKey(kMediaKeyRewind, true, false));
+}
+
+void AppDelegate::mprisRaise() {
+    mainViewController_->orderFront();
+}
 
 }  // namespace zel

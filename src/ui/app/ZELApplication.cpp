@@ -2,6 +2,7 @@
 
 #include "core/log/ZELLog.h"
 #include "platform/browser/BrowserLauncher.h"
+#include "platform/media/SPMediaKeyTap.h"
 #include "ui/app/AppDelegate.h"
 
 namespace zel {
@@ -48,6 +49,24 @@ void ZELApplication::on_window_added(Gtk::Window* window) {
         // Focus moving between two of our windows passes through "none active"; settle before deciding.
         Glib::signal_idle().connect_once([this] { updateActive(); });
     });
+    auto keys = Gtk::EventControllerKey::create();
+    keys->set_propagation_phase(Gtk::PropagationPhase::CAPTURE);
+    keys->signal_key_pressed().connect(
+        [this](guint keyval, guint keycode, Gdk::ModifierType) {
+            sendKeyEvent(keyval, keycode, true);
+            return false;
+        },
+        false);
+    keys->signal_key_released().connect(
+        [this](guint keyval, guint keycode, Gdk::ModifierType) { sendKeyEvent(keyval, keycode, false); });
+    window->add_controller(keys);
+}
+
+void ZELApplication::sendKeyEvent(unsigned keyval, unsigned keycode, bool press) {
+    if (!delegate_ || SPMediaKeyTap::usesGlobalMediaKeyTap()) return;
+    const auto event =
+        press ? windowMediaKeys_.press(keyval, keycode) : windowMediaKeys_.release(keyval, keycode);
+    if (event) delegate_->mediaKeyTap(nullptr, *event);
 }
 
 void ZELApplication::updateActive() {

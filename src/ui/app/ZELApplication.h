@@ -4,6 +4,7 @@
 #pragma once
 
 #include "core/env/ZELSettings.h"
+#include "core/media/ZELMediaKeyDecoder.h"
 
 #include <gtkmm.h>
 
@@ -33,11 +34,15 @@ protected:
 
 private:
     void updateActive();
+    // The event filter for key events of our own windows: while the global media-key tap is not in use, media
+    // keys go to the delegate's media-key handler, and always on to the window.
+    void sendKeyEvent(unsigned keyval, unsigned keycode, bool press);
 
     const ZELSettings& settings_;
     AppDelegate* delegate_ = nullptr;
     bool launched_ = false;
     bool active_ = false;
+    ZELMediaKeyDecoder windowMediaKeys_;
 };
 
 }  // namespace zel
