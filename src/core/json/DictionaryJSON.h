@@ -2,7 +2,9 @@
 //
 // A bare value at top level is allowed; the result is whatever the text holds (object, array, text, number,
 // boolean, null object), or nil for text that is not JSON, is not valid UTF-8, or nests deeper than
-// kMaxJSONDepth (so hostile input can neither exhaust the stack nor be half-read). Never throws. Any thread.
+// kMaxJSONDepth (so hostile input can neither exhaust the stack nor be half-read). The escape of a lone
+// UTF-16 surrogate ("\ud800", as script's JSON.stringify writes it) reads as U+FFFD. Never throws. Any
+// thread.
 #pragma once
 
 #include "core/value/Value.h"

@@ -28,6 +28,12 @@ TEST(DictionaryJSONTest, NonJSONIsNil) {
     EXPECT_TRUE(isNil(dictionaryWithJSONString(std::string("[1]\0", 4))));
 }
 
+TEST(DictionaryJSONTest, EscapedLoneSurrogatesReadAsReplacementCharacters) {
+    EXPECT_EQ(dictionaryWithJSONString(R"(["a\ud800b","\udc00","\uDBFF\ud800","\ud83d\ude00","\\ud800"])"),
+              Value::array({"a\uFFFDb", "\uFFFD", "\uFFFD\uFFFD", "\U0001F600", "\\ud800"}));
+    EXPECT_EQ(dictionaryWithJSONString(R"({"\ud800":"\udfff"})"), Value::object({{"\uFFFD", "\uFFFD"}}));
+}
+
 TEST(DictionaryJSONTest, ObjectsKeepTheTextsKeyOrder) {
     const Value v = dictionaryWithJSONString(R"({"b":1,"a":{"d":2,"c":3}})");
     EXPECT_EQ(hx::jsonStringWithDictionary(v), R"({"b":1,"a":{"d":2,"c":3}})");
