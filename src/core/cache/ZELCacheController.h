@@ -99,6 +99,8 @@ class ZELCacheController : public ZELAsyncDownloaderDelegate, public ZELQueueDow
     // Seconds since 1970 of a "yyyy/MM/dd" version in the local time zone; nullopt when it does not parse.
     static std::optional<std::int64_t> convertCacheVersion(std::string_view text);
 
+    // The maps received by refreshes so far (kind -> map) and the hashed paths still to fetch.
+    const Value& remoteHashMapDict() const { return remoteHashMapDict_; }
     const std::deque<std::string>& downloadQueue() const { return downloadQueue_; }
 
   private:
