@@ -5,6 +5,7 @@
 #include "core/log/ZELLog.h"
 #include "core/web/WebAppAddress.h"
 #include "platform/browser/BrowserLauncher.h"
+#include "platform/net/ZELSoupDownloaderFactory.h"
 #include "ui/windows/WindowPlacement.h"
 
 namespace zel {
@@ -37,7 +38,14 @@ MainViewController::MainViewController(Gtk::Application& application, const Laun
     pluginController_->registerPlugin(*userLoginPlugin_, "cordovaUserLogin");
     pluginController_->registerPlugin(*menuPlugin_, "cordovaMenu");
 
+    cacheController_ = std::make_unique<ZELCacheController>(
+        ZELCacheLocations{ZELEnv::workingDirectory(), bundle.resourcePath(), options.settings.staticFileHost,
+                          options.settings.configBaseURL},
+        std::make_unique<platform::ZELSoupDownloaderFactory>());
+    cacheController_->setDelegate(appUpdatePlugin_.get());
+
     webViewDelegate_ = std::make_unique<ZELWebViewDelegate>();
+    webViewDelegate_->setCacheController(cacheController_.get());
 
     mainWindow_ = std::make_unique<ZELMainWindow>(kMainWidth, kMainHeight);
     mainWindow_->setZelMainWindowDelegate(this);
@@ -85,7 +93,7 @@ MainViewController::MainViewController(Gtk::Application& application, const Laun
 MainViewController::~MainViewController() = default;
 
 void MainViewController::registerURLProtocol() {
-    schemeHandler_ = std::make_unique<WebAppSchemeHandler>(bundle_.wwwDirectory());
+    schemeHandler_ = std::make_unique<WebAppSchemeHandler>(*webViewDelegate_);
     schemeHandler_->registerWith(webView_->context());
 }
 
@@ -134,10 +142,8 @@ void MainViewController::showFeedbackWindow() {
     feedbackWindow_->present();
 }
 
-// This build has no web cache yet: the web app is always served from the bundle, so there is nothing to
-// refresh or clear, and a refresh request stays unanswered as one that never ends would.
-void MainViewController::refreshWebCache() { zelLog("refreshWebCache: no web cache in this build"); }
-void MainViewController::clearWebCache() { zelLog("clearWebCache: no web cache in this build"); }
+void MainViewController::refreshWebCache() { cacheController_->refreshLocalCache(); }
+void MainViewController::clearWebCache() { cacheController_->clearLocalCache(); }
 
 void MainViewController::showSearchSuggestion() { callJavascriptFunc("showSuggestion"); }
 void MainViewController::hideSearchSuggestion() { callJavascriptFunc("hideSuggestion"); }

@@ -7,6 +7,7 @@
 #pragma once
 
 #include "core/bridge/ZELPluginController.h"
+#include "core/cache/ZELCacheController.h"
 #include "core/env/CommandLine.h"
 #include "core/env/ZELBundle.h"
 #include "core/menu/ZELMenuControllerDelegate.h"
@@ -119,6 +120,7 @@ private:
     std::unique_ptr<ZELUserLoginPlugin> userLoginPlugin_;
     std::unique_ptr<ZELMenuPlugin> menuPlugin_;
     std::unique_ptr<ZELAppUpdatePlugin> appUpdatePlugin_;
+    std::unique_ptr<ZELCacheController> cacheController_;
     std::unique_ptr<ZELWebViewDelegate> webViewDelegate_;
     std::unique_ptr<ZELWebView> webView_;
     std::unique_ptr<WebAppSchemeHandler> schemeHandler_;

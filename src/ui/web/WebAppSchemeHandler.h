@@ -1,29 +1,49 @@
-// Answers the web view's requests under the program's URI scheme (ostrelle://<host>/player/mac/www/...).
+// Answers the web view's requests under the program's URI scheme, the image of the static file server's http
+// addresses (ostrelle://<host>/player/mac/www/... stands for http://<host>/player/mac/www/...).
 //
-// A request for a file of the web app is answered from the web app folder with status 200, a MIME type from the
-// file name and the single header field "X-HY-HASHMAP-CACHE: local". A path that would leave the folder (dot
-// segments, encoded separators, symbolic links out) is refused; a file the folder lacks is answered 404. Both
-// are logged. Main thread; files are streamed, not read whole.
+// Each request of the web app (an address containing "/player/mac/www") goes to a ZELURLHashMapProtocol with
+// the given delegate: a file from disk (cache or bundle, "X-HY-HASHMAP-CACHE: local"), or the network's
+// answer passed through as it streams. Any other address under the scheme, and a path that could name
+// something outside a folder (dot segments, encoded separators, control characters), is refused with 403 and
+// logged.
+//
+// Owns the HTTP session of the passed-through requests and the transfers that run; destroying the handler
+// cancels them. The delegate is not owned and must outlive the handler. Main thread.
 #pragma once
 
+#include "ui/web/ZELNetworkPassthrough.h"
+#include "ui/web/ZELURLProtocolDelegate.h"
+
+#include <libsoup/soup.h>
 #include <webkit/webkit.h>
 
-#include <filesystem>
+#include <memory>
+#include <unordered_map>
 
 namespace zel {
 
 class WebAppSchemeHandler {
-public:
-    explicit WebAppSchemeHandler(std::filesystem::path wwwDirectory);
+  public:
+    explicit WebAppSchemeHandler(ZELURLProtocolDelegate& delegate);
+    ~WebAppSchemeHandler();
+    WebAppSchemeHandler(const WebAppSchemeHandler&) = delete;
+    WebAppSchemeHandler& operator=(const WebAppSchemeHandler&) = delete;
 
     // Registers the scheme (secure, CORS-enabled) with the context. Call once, before the first load; the
     // handler must outlive the context's use of it.
     void registerWith(WebKitWebContext* context);
 
-    void handle(WebKitURISchemeRequest* request) const;
+    void handle(WebKitURISchemeRequest* request);
 
-private:
-    std::filesystem::path www_;
+    // Network answers still waiting for their header.
+    std::size_t runningCount() const { return transfers_.size(); }
+
+  private:
+    void startNetwork(WebKitURISchemeRequest* request, const std::string& url);
+
+    ZELURLProtocolDelegate& delegate_;
+    SoupSession* session_;
+    std::unordered_map<ZELNetworkPassthrough*, std::unique_ptr<ZELNetworkPassthrough>> transfers_;
 };
 
 }  // namespace zel

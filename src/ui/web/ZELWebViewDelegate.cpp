@@ -6,6 +6,14 @@
 
 namespace zel {
 
+std::optional<std::filesystem::path> ZELWebViewDelegate::getLocalData(const std::string& url) {
+    return cacheController_ != nullptr ? cacheController_->localFileWithURLRequest(url) : std::nullopt;
+}
+
+std::optional<std::string> ZELWebViewDelegate::realRequest(const std::string& url) {
+    return cacheController_ != nullptr ? cacheController_->getHashedURL(url) : url;
+}
+
 void ZELWebViewDelegate::attach(ZELWebView& webView, bool allowContextMenu) {
     webView_ = &webView;
     allowContextMenu_ = allowContextMenu;

@@ -5,12 +5,16 @@
 // - Navigation that would leave the web app (links, form posts, new windows) opens in the user's browser.
 // - The web view shows no context menu of its own (unless developer extras are on, for the inspector).
 // - Web notifications are allowed.
+// - It answers the hash-map URL protocol's questions about the web app's requests from the cache controller
+//   (given by setCacheController, not owned; without one, every request goes to the network unchanged).
 // - A crashed web process is reloaded, at most kMaxReloadsPerMinute times a minute; after that the user is
 //   told, and can reload by hand.
 //
 // Connects to the web view given to attach; must outlive it. Main thread only.
 #pragma once
 
+#include "core/cache/ZELCacheController.h"
+#include "ui/web/ZELURLProtocolDelegate.h"
 #include "ui/web/ZELWebView.h"
 
 #include <gtkmm.h>
@@ -22,7 +26,7 @@
 
 namespace zel {
 
-class ZELWebViewDelegate {
+class ZELWebViewDelegate : public ZELURLProtocolDelegate {
 public:
     static constexpr int kMaxReloadsPerMinute = 3;
 
@@ -31,6 +35,11 @@ public:
     void attach(ZELWebView& webView, bool allowContextMenu);
     // Where the crash message is shown (transient parent); not owned.
     void setWindow(Gtk::Window* window) { window_ = window; }
+    void setCacheController(ZELCacheController* cacheController) { cacheController_ = cacheController; }
+
+    // ZELURLProtocolDelegate
+    std::optional<std::filesystem::path> getLocalData(const std::string& url) override;
+    std::optional<std::string> realRequest(const std::string& url) override;
 
 private:
     static gboolean onDecidePolicy(WebKitWebView*, WebKitPolicyDecision*, WebKitPolicyDecisionType, gpointer self);
@@ -44,6 +53,7 @@ private:
 
     ZELWebView* webView_ = nullptr;
     Gtk::Window* window_ = nullptr;
+    ZELCacheController* cacheController_ = nullptr;
     bool allowContextMenu_ = false;
     std::deque<std::chrono::steady_clock::time_point> reloads_;
     std::unique_ptr<Gtk::MessageDialog> crashDialog_;
