@@ -111,10 +111,49 @@
   $('prev').addEventListener('click', () => window.backward());
   $('open-login').addEventListener('click', () => ostrelleNative('cordovaUserLogin', 'showLoginWindow', []));
 
-  const bridged = ostrelleNative('cordovaAppUpdate', 'getLocalVersion', [], (status, result) => {
-    const v = JSON.parse(result);
-    $('versions').textContent = `程序 ${v.bundleVersion} · 网页缓存 ${v.cacheVersion || '无'}`;
+  function showVersions(callback) {
+    return ostrelleNative('cordovaAppUpdate', 'getLocalVersion', [], (status, result) => {
+      const v = JSON.parse(result);
+      $('versions').textContent = `程序 ${v.bundleVersion} · 网页缓存 ${v.cacheVersion || '无'}`;
+      if (callback) callback(v);
+    });
+  }
+
+  // Updates: the static file server publishes its version beside the web app (version.txt, never cached, so it
+  // always comes from the network). A newer one is fetched into the cache through the hash maps, recorded with
+  // putLocalVersion, and served from the cache from the next start on.
+  const updateStatus = (text) => { $('update-status').textContent = text; note(text); };
+  function checkForUpdates() {
+    updateStatus('正在检查更新…');
+    showVersions((local) => {
+      fetch(`version.txt?${Date.now()}`, {cache: 'no-store'})
+        .then((response) => (response.ok ? response.text() : Promise.reject(new Error(`HTTP ${response.status}`))))
+        .then((text) => {
+          const published = text.trim();
+          if (!/^\d{4}\/\d{1,2}\/\d{1,2}$/.test(published)) throw new Error(`版本号无效:${published}`);
+          if (published === local.cacheVersion) {
+            updateStatus(`网页已是最新(${published})`);
+            return;
+          }
+          updateStatus(`正在下载 ${published}…`);
+          // Answered each time a refresh ends.
+          ostrelleNative('cordovaAppUpdate', 'refreshWebCache', [], () => {
+            ostrelleNative('cordovaAppUpdate', 'putLocalVersion', [JSON.stringify({cacheVersion: published})]);
+            showVersions();
+            updateStatus(`已下载 ${published},重新启动后生效`);
+          }, true);
+        })
+        .catch((error) => updateStatus(`无法检查更新:${error.message}`));
+    });
+  }
+  $('check-update').addEventListener('click', checkForUpdates);
+  $('clear-cache').addEventListener('click', () => {
+    ostrelleNative('cordovaAppUpdate', 'clearWebCache', []);
+    showVersions();
+    updateStatus('网页缓存已清除,重新启动后使用程序自带的网页');
   });
+
+  const bridged = showVersions();
   if (!bridged) $('versions').textContent = '不在 Ostrelle 中运行';
   render();
   renderLibrary();
