@@ -7,7 +7,8 @@
 // available: the desktop then offers play/pause, next and previous, which is all the web app can do. Seek,
 // position, open-URI and property writes are accepted and ignored.
 //
-// No session bus, or the name owned by another process, is logged once; the program goes on without it.
+// No session bus, or the name owned by another process, is logged once and the program goes on without it;
+// in the second case the request waits in the bus's queue, and the player appears when the name comes free.
 // Main thread only (method calls arrive on the main loop); the delegate is not owned.
 #pragma once
 

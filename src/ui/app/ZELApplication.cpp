@@ -52,18 +52,23 @@ void ZELApplication::on_window_added(Gtk::Window* window) {
     auto keys = Gtk::EventControllerKey::create();
     keys->set_propagation_phase(Gtk::PropagationPhase::CAPTURE);
     keys->signal_key_pressed().connect(
-        [this](guint keyval, guint keycode, Gdk::ModifierType) {
-            sendKeyEvent(keyval, keycode, true);
+        [this, k = keys.get()](guint keyval, guint keycode, Gdk::ModifierType) {
+            sendKeyEvent(keyval, keycode, true, k->get_current_event_time());
             return false;
         },
         false);
-    keys->signal_key_released().connect(
-        [this](guint keyval, guint keycode, Gdk::ModifierType) { sendKeyEvent(keyval, keycode, false); });
+    keys->signal_key_released().connect([this, k = keys.get()](guint keyval, guint keycode, Gdk::ModifierType) {
+        sendKeyEvent(keyval, keycode, false, k->get_current_event_time());
+    });
     window->add_controller(keys);
 }
 
-void ZELApplication::sendKeyEvent(unsigned keyval, unsigned keycode, bool press) {
+void ZELApplication::sendKeyEvent(unsigned keyval, unsigned keycode, bool press, std::uint32_t time) {
     if (!delegate_ || SPMediaKeyTap::usesGlobalMediaKeyTap()) return;
+    // The web view hands keys the page left alone back to the window, where they pass this filter again.
+    const SeenKey seen{keycode, press, time};
+    if (seen == lastKey_) return;
+    lastKey_ = seen;
     const auto event =
         press ? windowMediaKeys_.press(keyval, keycode) : windowMediaKeys_.release(keyval, keycode);
     if (event) delegate_->mediaKeyTap(nullptr, *event);

@@ -8,6 +8,8 @@
 
 #include <gtkmm.h>
 
+#include <cstdint>
+
 namespace zel {
 
 class AppDelegate;
@@ -36,13 +38,20 @@ private:
     void updateActive();
     // The event filter for key events of our own windows: while the global media-key tap is not in use, media
     // keys go to the delegate's media-key handler, and always on to the window.
-    void sendKeyEvent(unsigned keyval, unsigned keycode, bool press);
+    void sendKeyEvent(unsigned keyval, unsigned keycode, bool press, std::uint32_t time);
 
     const ZELSettings& settings_;
     AppDelegate* delegate_ = nullptr;
     bool launched_ = false;
     bool active_ = false;
     ZELMediaKeyDecoder windowMediaKeys_;
+    struct SeenKey {
+        unsigned keycode = 0;
+        bool press = false;
+        std::uint32_t time = 0;
+        bool operator==(const SeenKey&) const = default;
+    };
+    SeenKey lastKey_;
 };
 
 }  // namespace zel
