@@ -19,6 +19,7 @@ void ZELWebViewDelegate::attach(ZELWebView& webView, bool allowContextMenu) {
     allowContextMenu_ = allowContextMenu;
     WebKitWebView* view = webView.webView();
     g_signal_connect(view, "decide-policy", G_CALLBACK(onDecidePolicy), this);
+    g_signal_connect(view, "create", G_CALLBACK(onCreate), this);
     g_signal_connect(view, "script-dialog", G_CALLBACK(onScriptDialog), this);
     g_signal_connect(view, "context-menu", G_CALLBACK(onContextMenu), this);
     g_signal_connect(view, "permission-request", G_CALLBACK(onPermissionRequest), this);
@@ -48,6 +49,13 @@ gboolean ZELWebViewDelegate::onDecidePolicy(WebKitWebView*, WebKitPolicyDecision
         return TRUE;
     }
     return FALSE;
+}
+
+// window.open asks for a new view directly, without a new-window policy decision; the answer is the same.
+GtkWidget* ZELWebViewDelegate::onCreate(WebKitWebView*, WebKitNavigationAction* action, gpointer) {
+    const char* uri = webkit_uri_request_get_uri(webkit_navigation_action_get_request(action));
+    if (uri && !web::isInAppNavigation(uri)) platform::openURL(uri);
+    return nullptr;
 }
 
 gboolean ZELWebViewDelegate::onScriptDialog(WebKitWebView*, WebKitScriptDialog* dialog, gpointer self) {

@@ -2,7 +2,8 @@
 // nothing else.
 //
 // - Bridge prompts go to the script bridge; every other dialog is the web view's own.
-// - Navigation that would leave the web app (links, form posts, new windows) opens in the user's browser.
+// - Navigation that would leave the web app (links, form posts, new windows and window.open) opens in the
+//   user's browser.
 // - The web view shows no context menu of its own (unless developer extras are on, for the inspector).
 // - Web notifications are allowed.
 // - It answers the hash-map URL protocol's questions about the web app's requests from the cache controller
@@ -43,6 +44,7 @@ public:
 
 private:
     static gboolean onDecidePolicy(WebKitWebView*, WebKitPolicyDecision*, WebKitPolicyDecisionType, gpointer self);
+    static GtkWidget* onCreate(WebKitWebView*, WebKitNavigationAction*, gpointer self);
     static gboolean onScriptDialog(WebKitWebView*, WebKitScriptDialog*, gpointer self);
     static gboolean onContextMenu(WebKitWebView*, WebKitContextMenu*, WebKitHitTestResult*, gpointer self);
     static gboolean onPermissionRequest(WebKitWebView*, WebKitPermissionRequest*, gpointer self);
