@@ -1,0 +1,75 @@
+#!/usr/bin/env bash
+# Runs a command on a private X display (Xvfb) with a private D-Bus session bus, so that tests running side by
+# side never share a display, a bus name or an application instance.
+# Usage: tests/support/with-display.sh COMMAND [ARGS...]
+#
+# The display number is chosen by the X server itself (-displayfd), which, unlike probing for a free number,
+# cannot race with another run starting at the same moment. The bus activates no services: desktop portals and
+# the accessibility bus are not wanted under test and would only slow start-up down or print noise.
+set -euo pipefail
+
+if [ $# -eq 0 ]; then
+    echo "usage: $0 COMMAND [ARGS...]" >&2
+    exit 2
+fi
+
+runtime=$(mktemp -d "${TMPDIR:-/tmp}/ostrelle-display.XXXXXX")
+chmod 700 "$runtime"
+xvfb_pid=""
+cleanup() {
+    if [ -n "$xvfb_pid" ]; then
+        kill "$xvfb_pid" 2>/dev/null || true
+        wait "$xvfb_pid" 2>/dev/null || true
+    fi
+    rm -rf "$runtime"
+}
+trap cleanup EXIT
+trap 'exit 143' INT TERM
+
+cat >"$runtime/session.conf" <<'CONF'
+<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
+<busconfig>
+  <type>session</type>
+  <keep_umask/>
+  <listen>unix:tmpdir=/tmp</listen>
+  <auth>EXTERNAL</auth>
+  <policy context="default">
+    <allow send_destination="*" eavesdrop="true"/>
+    <allow eavesdrop="true"/>
+    <allow own="*"/>
+  </policy>
+</busconfig>
+CONF
+
+mkfifo "$runtime/displayfd"
+Xvfb -displayfd 3 -screen 0 1920x1080x24 -nolisten tcp -noreset 3>"$runtime/displayfd" \
+    >"$runtime/xvfb.log" 2>&1 &
+xvfb_pid=$!
+display=""
+if ! read -r -t 30 display <"$runtime/displayfd" || [ -z "$display" ]; then
+    echo "with-display: Xvfb did not start" >&2
+    cat "$runtime/xvfb.log" >&2 || true
+    exit 1
+fi
+
+export DISPLAY=":$display"
+export GDK_BACKEND=x11
+export WEBKIT_DISABLE_COMPOSITING_MODE=1
+export GTK_IM_MODULE=none
+export GTK_A11Y=none
+export NO_AT_BRIDGE=1
+export XDG_RUNTIME_DIR="$runtime"
+unset WAYLAND_DISPLAY DBUS_SESSION_BUS_ADDRESS
+
+# Not exec: this shell stays to stop Xvfb afterwards, and passes a stop request on to the command.
+dbus-run-session --config-file="$runtime/session.conf" -- "$@" &
+child=$!
+trap 'kill -TERM "$child" 2>/dev/null' INT TERM
+status=0
+wait "$child" || status=$?
+# A signal interrupts the first wait; the second one collects the command's own exit status.
+if kill -0 "$child" 2>/dev/null; then
+    wait "$child" || status=$?
+fi
+exit "$status"
