@@ -29,22 +29,32 @@ bool writeAll(int fd, std::string_view data) {
 ZELCacheFileStore::ZELCacheFileStore(std::filesystem::path basePath)
     : base_(std::move(basePath)), staging_(base_ / ".incoming") {}
 
-bool ZELCacheFileStore::writeFile(const std::filesystem::path& target, std::string_view data) const {
-    static std::atomic<unsigned> counter{0};
+bool ZELCacheFileStore::ensureDirectory(const std::filesystem::path& directory) {
+    if (knownDirectories_.count(directory.native()) != 0) return true;
     std::error_code ec;
-    std::filesystem::create_directories(target.parent_path(), ec);
+    std::filesystem::create_directories(directory, ec);
     if (ec) return false;
-    std::filesystem::create_directories(staging_, ec);
-    if (ec) return false;
+    knownDirectories_.insert(directory.native());
+    return true;
+}
+
+bool ZELCacheFileStore::writeFile(const std::filesystem::path& target, std::string_view data) {
+    static std::atomic<unsigned> counter{0};
+    if (!ensureDirectory(target.parent_path()) || !ensureDirectory(staging_)) return false;
 
     const std::filesystem::path temporary =
         staging_ / (std::to_string(::getpid()) + "-" + std::to_string(counter++));
     const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-    if (fd < 0) return false;
+    if (fd < 0) {
+        // The folders may have gone behind this store's back (removed by hand); look again next time.
+        knownDirectories_.clear();
+        return false;
+    }
     const bool written = writeAll(fd, data);
     const bool closed = ::close(fd) == 0;
     if (!written || !closed || ::rename(temporary.c_str(), target.c_str()) != 0) {
         ::unlink(temporary.c_str());
+        knownDirectories_.clear();
         return false;
     }
     return true;
@@ -57,12 +67,14 @@ void ZELCacheFileStore::sync() const {
     ::close(fd);
 }
 
-void ZELCacheFileStore::discardStaging() const {
+void ZELCacheFileStore::discardStaging() {
+    knownDirectories_.erase(staging_.native());
     std::error_code ec;
     std::filesystem::remove_all(staging_, ec);
 }
 
-void ZELCacheFileStore::removeAll() const {
+void ZELCacheFileStore::removeAll() {
+    knownDirectories_.clear();
     std::error_code ec;
     std::filesystem::remove_all(base_, ec);
 }

@@ -11,7 +11,9 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
 #include <string_view>
+#include <unordered_set>
 
 namespace zel {
 
@@ -22,17 +24,22 @@ class ZELCacheFileStore {
     const std::filesystem::path& basePath() const { return base_; }
 
     // Replaces target (a path inside the base; the caller has checked that) with data, creating directories.
-    bool writeFile(const std::filesystem::path& target, std::string_view data) const;
+    bool writeFile(const std::filesystem::path& target, std::string_view data);
     // Waits until every file written so far is on disk.
     void sync() const;
     // Removes what an interrupted write left in the staging folder.
-    void discardStaging() const;
+    void discardStaging();
     // Removes the whole folder; errors are ignored.
-    void removeAll() const;
+    void removeAll();
 
   private:
+    bool ensureDirectory(const std::filesystem::path& directory);
+
     std::filesystem::path base_;
     std::filesystem::path staging_;
+    // Folders made or seen by this store, so that writing a thousand files does not look them up a thousand
+    // times; forgotten when the store removes folders.
+    std::unordered_set<std::string> knownDirectories_;
 };
 
 }  // namespace zel
