@@ -1,0 +1,314 @@
+// Benchmarks of the real program on the current display (run it through scripts/bench.sh):
+//
+// 1. The synchronous bridge: a page times 10,000 zelPlugin.exec round trips (getLocalVersion, answered before
+//    exec returns) with performance.now and prints the figures to the console.
+// 2. Cold start to a loaded web app (an index with ~100 stylesheets, scripts and images), Ostrelle against
+//    MiniBrowser loading the same files from file://, alternately, several rounds. "Loaded" is the same event
+//    for both: the page's load handler fetches a loopback address that this program serves.
+//
+// It prints figures and ratios; it asserts nothing.
+#include "support/Http.h"
+#include "support/Process.h"
+
+#include <gio/gio.h>
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <string>
+#include <vector>
+
+namespace fs = std::filesystem;
+using namespace zel::test;
+
+namespace {
+
+constexpr const char* kPageHost = "static.ostrelle.example";
+constexpr const char* kMiniBrowser = "/usr/lib/x86_64-linux-gnu/webkitgtk-6.0/MiniBrowser";
+
+struct Options {
+    int calls = 10000;
+    int rounds = 5;
+    int assets = 100;
+    std::string program = OSTRELLE_PROGRAM;
+    std::string miniBrowser = kMiniBrowser;
+};
+
+void writeFile(const fs::path& path, const std::string& content) {
+    fs::create_directories(path.parent_path());
+    std::ofstream(path, std::ios::binary) << content;
+}
+
+// Each run gets folders of its own, so nothing of an earlier run (website data, caches) helps it.
+EnvironmentChanges freshHome(const fs::path& home) {
+    for (const char* dir : {"data", "cache", "config"}) fs::create_directories(home / dir);
+    return {{"XDG_DATA_HOME", (home / "data").string()},
+            {"XDG_CACHE_HOME", (home / "cache").string()},
+            {"XDG_CONFIG_HOME", (home / "config").string()},
+            {"OSTRELLE_BROWSER_LOG", (home / "browser.log").string()}};
+}
+
+bool busNameHasOwner(const char* name) {
+    GDBusConnection* bus = g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr);
+    if (!bus) return false;
+    GVariant* reply = g_dbus_connection_call_sync(
+        bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "NameHasOwner",
+        g_variant_new("(s)", name), G_VARIANT_TYPE("(b)"), G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr);
+    g_object_unref(bus);
+    gboolean owned = FALSE;
+    if (reply) {
+        g_variant_get(reply, "(b)", &owned);
+        g_variant_unref(reply);
+    }
+    return owned;
+}
+
+// A program that is still registered on the bus would take over the next start instead of a new process.
+void waitForSingleInstanceNames() {
+    waitUntil([] {
+        return !busNameHasOwner("org.ostrelle.Ostrelle") && !busNameHasOwner("org.webkitgtk.MiniBrowser");
+    });
+}
+
+double median(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    const std::size_t n = values.size();
+    return n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
+}
+
+// --- The bridge round trip ---------------------------------------------------------------------------------
+
+constexpr const char* kExecBenchScript = R"JS((function () {
+  'use strict';
+  const calls = Number(new URLSearchParams(location.search).get('calls'));
+  let answered = 0;
+  window.zelNativeCallback = () => { answered++; };
+  const call = () => zelPlugin.exec('bench', 'cordovaAppUpdate', 'getLocalVersion', '[]');
+
+  // The page's clock is coarse on purpose (1 ms in this engine); find its step, and time batches of calls long
+  // enough that one step is a small part of a batch.
+  let resolution = Infinity;
+  for (let i = 0, last = performance.now(); i < 1e6 && resolution > 0.001; i++) {
+    const now = performance.now();
+    if (now > last) {
+      resolution = Math.min(resolution, now - last);
+      last = now;
+    }
+  }
+  const batch = resolution <= 0.005 ? 1 : 25;
+
+  for (let i = 0; i < 500; i++) call();
+  answered = 0;
+  const samples = [];
+  const start = performance.now();
+  for (let done = 0; done < calls; done += batch) {
+    const t0 = performance.now();
+    for (let k = 0; k < batch; k++) call();
+    samples.push((performance.now() - t0) / batch);
+  }
+  const mean = (performance.now() - start) / calls;
+  samples.sort((a, b) => a - b);
+  const quantile = (q) => samples[Math.min(samples.length - 1, Math.floor(q * samples.length))];
+  console.log('BENCH exec ' + JSON.stringify({calls, answered, resolution, batch, samples: samples.length,
+                                              p50: quantile(0.5), p99: quantile(0.99), mean}));
+})();
+)JS";
+
+void benchExec(const Options& options) {
+    TempDir dir("ostrelle-bench");
+    const fs::path bundle = fs::path(dir.path()) / "bundle";
+    writeFile(bundle / "cache_version", "");
+    writeFile(bundle / "www/index.html",
+              "<!DOCTYPE html><html><head><meta charset=\"utf-8\"><title>exec</title>"
+              "<script src=\"exec.js\"></script></head><body></body></html>");
+    writeFile(bundle / "www/exec.js", kExecBenchScript);
+
+    waitForSingleInstanceNames();
+    Process app(options.program,
+                {"--console-log", "--bundle", bundle.string(), "--start-page",
+                 std::string("ostrelle://") + kPageHost +
+                     "/player/mac/www/index.html?calls=" + std::to_string(options.calls)},
+                freshHome(fs::path(dir.path()) / "home"));
+    const std::string marker = " CONSOLE LOG BENCH exec ";
+    const std::size_t at =
+        app.expectLine([&](const OutputLine& line) { return line.text.find(marker) != std::string::npos; },
+                       "with the figures", 0, std::chrono::minutes(5));
+    const std::string text = app.lines()[at].text;
+    const auto result = nlohmann::json::parse(text.substr(text.find(marker) + marker.size()));
+    app.stop();
+
+    std::printf(
+        "Bridge round trip: synchronous zelPlugin.exec (cordovaAppUpdate.getLocalVersion), %d calls,\n",
+        result["calls"].get<int>());
+    std::printf("timed in the page with performance.now (answered before exec returned: %d of %d)\n",
+                result["answered"].get<int>(), result["calls"].get<int>());
+    if (result["batch"].get<int>() > 1) {
+        std::printf(
+            "  the page's clock steps by %.3f ms, so per-call times are taken over %d batches of %d calls\n",
+            result["resolution"].get<double>(), result["samples"].get<int>(), result["batch"].get<int>());
+    }
+    std::printf("  p50 %.3f ms   p99 %.3f ms   mean %.3f ms   (target: p50 under 0.5 ms)\n\n",
+                result["p50"].get<double>(), result["p99"].get<double>(), result["mean"].get<double>());
+}
+
+// --- Cold start --------------------------------------------------------------------------------------------
+
+// index.html and its assets; the load handler reports to pingURL.
+void writeWebApp(const fs::path& www, int assets, const std::string& pingURL) {
+    std::string head, body;
+    for (int i = 0; i < assets; ++i) {
+        const std::string n = std::to_string(i);
+        switch (i % 10) {
+            case 0:
+            case 1: {  // scripts
+                std::string js = "(function () {\n  'use strict';\n  const table" + n + " = [];\n";
+                for (int k = 0; k < 120; ++k) {
+                    js += "  table" + n + ".push({id: " + std::to_string(k) + ", name: 'item " +
+                          std::to_string(k) + "', weight: " + std::to_string((k * 37) % 101) + "});\n";
+                }
+                js += "  window.asset" + n + " = table" + n +
+                      ".reduce((sum, row) => sum + row.weight, 0);\n})();\n";
+                writeFile(www / ("js/a" + n + ".js"), js);
+                head += "<script src=\"js/a" + n + ".js\"></script>\n";
+                break;
+            }
+            case 2: {  // images
+                std::string svg = "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"64\" height=\"64\">";
+                for (int k = 0; k < 40; ++k) {
+                    svg += "<circle cx=\"" + std::to_string(k % 64) + "\" cy=\"" +
+                           std::to_string((k * 7) % 64) + "\" r=\"" + std::to_string(2 + k % 9) +
+                           "\" fill=\"#" + std::to_string(100 + k * 7) + "\"/>";
+                }
+                writeFile(www / ("img/a" + n + ".svg"), svg + "</svg>\n");
+                body += "<img src=\"img/a" + n + ".svg\" width=\"32\" height=\"32\" alt=\"\">\n";
+                break;
+            }
+            default: {  // stylesheets
+                std::string css;
+                for (int k = 0; k < 80; ++k) {
+                    css += ".c" + n + "-" + std::to_string(k) + " { margin: " + std::to_string(k % 13) +
+                           "px; color: #" + std::to_string(100 + (k * 11) % 900) +
+                           "; font-size: " + std::to_string(10 + k % 8) + "px; }\n";
+                }
+                writeFile(www / ("css/a" + n + ".css"), css);
+                head += "<link rel=\"stylesheet\" href=\"css/a" + n + ".css\">\n";
+            }
+        }
+    }
+    writeFile(www / "index.html",
+              "<!DOCTYPE html>\n<html>\n<head>\n<meta charset=\"utf-8\">\n<title>cold start</title>\n" +
+                  head + "<script>\nwindow.addEventListener('load', () => {\n  fetch('" + pingURL +
+                  "', {mode: 'no-cors', cache: 'no-store'});\n});\n</script>\n</head>\n"
+                  "<body>\n<h1>Cold start</h1>\n" +
+                  body + "</body>\n</html>\n");
+}
+
+// Milliseconds from starting the browser to the page's load event reaching the recorder. Runs follow one
+// another and each ends before the next starts, so the first report after the start is this run's.
+double timeColdStart(RequestRecorder& recorder, const std::string& program,
+                     const std::vector<std::string>& args, const fs::path& home) {
+    waitForSingleInstanceNames();
+    const std::size_t before = recorder.count();
+    const auto started = Clock::now();
+    Process browser(program, args, freshHome(home));
+    const RequestRecorder::Request loaded =
+        recorder.expectRequest("/loaded", before, std::chrono::minutes(2));
+    const double ms = std::chrono::duration<double, std::milli>(loaded.received - started).count();
+    browser.stop();
+    return ms;
+}
+
+void benchColdStart(const Options& options) {
+    TempDir dir("ostrelle-bench");
+    RequestRecorder recorder;
+    const fs::path bundle = fs::path(dir.path()) / "bundle";
+    writeFile(bundle / "cache_version", "");
+    writeWebApp(bundle / "www", options.assets, recorder.url("/loaded"));
+
+    int runs = 0;
+    const auto home = [&] { return fs::path(dir.path()) / ("home" + std::to_string(++runs)); };
+    // Ostrelle on its own start page (the bundle's index.html under its scheme); MiniBrowser on that file.
+    const auto ostrelle = [&] {
+        return timeColdStart(recorder, options.program, {"--bundle", bundle.string()}, home());
+    };
+    const auto miniBrowser = [&] {
+        return timeColdStart(recorder, options.miniBrowser,
+                             {"--automation", "file://" + (bundle / "www/index.html").string()}, home());
+    };
+
+    // One unrecorded start of each first, so that both find their libraries in the page cache alike.
+    ostrelle();
+    miniBrowser();
+
+    std::printf(
+        "Cold start to a loaded web app (index + %d assets; its load handler pings a loopback server),\n",
+        options.assets);
+    std::printf(
+        "Ostrelle (bundle, ostrelle://) and MiniBrowser --automation (file://), alternately, %d rounds\n",
+        options.rounds);
+    std::printf("  round   Ostrelle      MiniBrowser\n");
+    std::vector<double> ours, theirs;
+    for (int round = 1; round <= options.rounds; ++round) {
+        // Who starts first changes every round, so neither always follows the other.
+        if (round % 2) {
+            ours.push_back(ostrelle());
+            theirs.push_back(miniBrowser());
+        } else {
+            theirs.push_back(miniBrowser());
+            ours.push_back(ostrelle());
+        }
+        std::printf("  %-5d   %7.1f ms    %7.1f ms\n", round, ours.back(), theirs.back());
+        std::fflush(stdout);
+    }
+    const double a = median(ours), b = median(theirs);
+    std::printf("  median  %7.1f ms    %7.1f ms\n", a, b);
+    std::printf("  ratio Ostrelle / MiniBrowser = %.3f   (target: at most 1.15)\n", a / b);
+}
+
+int usage(const char* program) {
+    std::cerr
+        << "usage: " << program
+        << " [--calls N] [--rounds N] [--assets N] [--program PATH] [--minibrowser PATH] [exec|start]...\n"
+           "Runs on the current display; scripts/bench.sh gives it a private one.\n";
+    return 2;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    Options options;
+    std::vector<std::string> parts;
+    for (int i = 1; i < argc; ++i) {
+        const std::string arg = argv[i];
+        const auto value = [&]() -> std::string { return i + 1 < argc ? argv[++i] : ""; };
+        if (arg == "--calls") {
+            options.calls = std::stoi(value());
+        } else if (arg == "--rounds") {
+            options.rounds = std::stoi(value());
+        } else if (arg == "--assets") {
+            options.assets = std::stoi(value());
+        } else if (arg == "--program") {
+            options.program = value();
+        } else if (arg == "--minibrowser") {
+            options.miniBrowser = value();
+        } else if (arg == "exec" || arg == "start") {
+            parts.push_back(arg);
+        } else {
+            return usage(argv[0]);
+        }
+    }
+    if (parts.empty()) parts = {"exec", "start"};
+    try {
+        for (const std::string& part : parts) {
+            if (part == "exec") benchExec(options);
+            if (part == "start") benchColdStart(options);
+        }
+    } catch (const std::exception& e) {
+        std::cerr << "bridge_bench: " << e.what() << std::endl;
+        return 1;
+    }
+    return 0;
+}
