@@ -5,6 +5,8 @@
 #include "platform/media/SPMediaKeyTap.h"
 #include "ui/app/AppDelegate.h"
 
+#include <algorithm>
+
 namespace zel {
 
 Glib::RefPtr<ZELApplication> ZELApplication::create(const ZELSettings& settings, bool unique) {
@@ -65,10 +67,12 @@ void ZELApplication::on_window_added(Gtk::Window* window) {
 
 void ZELApplication::sendKeyEvent(unsigned keyval, unsigned keycode, bool press, std::uint32_t time) {
     if (!delegate_ || SPMediaKeyTap::usesGlobalMediaKeyTap()) return;
-    // The web view hands keys the page left alone back to the window, where they pass this filter again.
+    // The web view hands keys the page left alone back to the window, where they pass this filter again, possibly
+    // after later events: one event is known by its key, direction and time.
     const SeenKey seen{keycode, press, time};
-    if (seen == lastKey_) return;
-    lastKey_ = seen;
+    if (std::find(seenKeys_.begin(), seenKeys_.end(), seen) != seenKeys_.end()) return;
+    seenKeys_[nextSeenKey_] = seen;
+    nextSeenKey_ = (nextSeenKey_ + 1) % seenKeys_.size();
     const auto event =
         press ? windowMediaKeys_.press(keyval, keycode) : windowMediaKeys_.release(keyval, keycode);
     if (event) delegate_->mediaKeyTap(nullptr, *event);

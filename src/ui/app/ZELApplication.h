@@ -8,6 +8,8 @@
 
 #include <gtkmm.h>
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 
 namespace zel {
@@ -51,7 +53,8 @@ private:
         std::uint32_t time = 0;
         bool operator==(const SeenKey&) const = default;
     };
-    SeenKey lastKey_;
+    std::array<SeenKey, 8> seenKeys_{};
+    std::size_t nextSeenKey_ = 0;
 };
 
 }  // namespace zel
