@@ -1,6 +1,7 @@
 // The song and playlist menus in the real program: right clicks in the page open native menus at the click
 // point; a choice calls the page's function with the record's JSON text before the page's request returns;
 // dismissing calls nothing.
+#include "Desktop.h"
 #include "MenuPageTest.h"
 
 #include <gtest/gtest.h>
@@ -121,6 +122,32 @@ TEST_F(MenuTest, EscapeOrAClickOutsideClosesTheMenuWithoutACall) {
     leftClick(originX_ + 300, originY_ + 400);
     expectReport("click", from);
     EXPECT_TRUE(callsSoFar().empty());
+}
+
+TEST_F(MenuTest, ABadRequestStillOpensAMenuInsideTheView) {
+    start();
+    const std::optional<XWindow> window = mainWindow();
+    ASSERT_TRUE(window);
+    const WindowGeometry g = windowGeometry(*window);
+    // The window and some room to its right, where the menu may reach.
+    const ScreenRect area{static_cast<int>(g.x), static_cast<int>(g.y), static_cast<int>(g.width) + 300,
+                          static_cast<int>(g.height)};
+    const Screenshot before = x_.capture(area);
+    const std::size_t from = app().lineCount();
+    const auto [x, y] = rowPoint(4);
+    rightClick(x, y);
+    expectLog("songSource (null)", from);
+    // No such place: the menu hangs from the nearest point of the view, its top right corner.
+    std::optional<ScreenRect> menu;
+    ASSERT_TRUE(waitUntil([&] {
+        menu = changedArea(before, x_.capture(area));
+        return menu && menu->height > 30;
+    }));
+    EXPECT_LE(std::abs(menu->y - originY_), 6) << menu->y;
+    EXPECT_LE(std::abs(menu->x - (g.x + g.width - 1)), 6) << menu->x;
+    key("Escape");
+    EXPECT_EQ(expectMenuClosed(from)["calls"], json::array());
+    expectLog("showSongMenu (null)", from);
 }
 
 }  // namespace

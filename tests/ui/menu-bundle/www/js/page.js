@@ -41,6 +41,9 @@
     callsDuringMenu = [];
     if (kind === 'song') {
       exec('showSongMenu', {x: e.clientX, y: e.clientY, song: songs[index]});
+    } else if (kind === 'bad') {
+      // A click point that is no place in the view, and a song that is no record.
+      exec('showSongMenu', {x: 99999, y: '-5000', song: 'not a song'});
     } else {
       exec('showDiyListMenu', {x: e.clientX, y: e.clientY, list: lists[index]});
     }
