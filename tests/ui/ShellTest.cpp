@@ -2,6 +2,7 @@
 
 #include "Desktop.h"
 
+#include <cstdlib>
 #include <fstream>
 #include <regex>
 #include <sstream>
@@ -86,6 +87,9 @@ EnvironmentChanges ShellTest::environment() const {
 }
 
 Process& ShellTest::launchWithArgs(const std::vector<std::string>& args) {
+    if (!std::getenv("DISPLAY") || !std::getenv("DBUS_SESSION_BUS_ADDRESS")) {
+        throw std::runtime_error("no display or session bus: run through tests/support/with-display.sh");
+    }
     if (busNameHasOwner(kApplicationId)) {
         throw std::runtime_error("an instance of the program already runs on this test's session bus");
     }
