@@ -198,27 +198,42 @@ void writeWebApp(const fs::path& www, int assets, const std::string& pingURL) {
             }
         }
     }
+    // The report says how many assets really arrived, so that a run whose files failed (and so ended early)
+    // cannot pass for a fast one.
+    const std::string onLoad = R"JS(
+window.addEventListener('load', () => {
+  const sheets = Array.from(document.querySelectorAll('link[rel=stylesheet]')).filter((l) => l.sheet).length;
+  const images = Array.from(document.images).filter((i) => i.naturalWidth > 0).length;
+  const scripts = Object.keys(window).filter((k) => /^asset\d+$/.test(k)).length;
+  fetch('PING?assets=' + (sheets + images + scripts), {mode: 'no-cors', cache: 'no-store'});
+});
+)JS";
+    std::string script = onLoad;
+    script.replace(script.find("PING"), 4, pingURL);
     writeFile(www / "index.html",
               "<!DOCTYPE html>\n<html>\n<head>\n<meta charset=\"utf-8\">\n<title>cold start</title>\n" +
-                  head + "<script>\nwindow.addEventListener('load', () => {\n  fetch('" + pingURL +
-                  "', {mode: 'no-cors', cache: 'no-store'});\n});\n</script>\n</head>\n"
-                  "<body>\n<h1>Cold start</h1>\n" +
-                  body + "</body>\n</html>\n");
+                  head + "<script>" + script + "</script>\n</head>\n<body>\n<h1>Cold start</h1>\n" + body +
+                  "</body>\n</html>\n");
 }
 
-// Milliseconds from starting the browser to the page's load event reaching the recorder. Runs follow one
-// another and each ends before the next starts, so the first report after the start is this run's.
-double timeColdStart(RequestRecorder& recorder, const std::string& program,
-                     const std::vector<std::string>& args, const fs::path& home) {
+struct ColdStart {
+    double milliseconds;
+    int assetsLoaded;
+};
+
+// From starting the browser to the page's load event reaching the recorder. Runs follow one another and each
+// ends before the next starts, so the first report after the start is this run's.
+ColdStart timeColdStart(RequestRecorder& recorder, const std::string& program,
+                        const std::vector<std::string>& args, const fs::path& home) {
     waitForSingleInstanceNames();
     const std::size_t before = recorder.count();
     const auto started = Clock::now();
     Process browser(program, args, freshHome(home));
     const RequestRecorder::Request loaded =
         recorder.expectRequest("/loaded", before, std::chrono::minutes(2));
-    const double ms = std::chrono::duration<double, std::milli>(loaded.received - started).count();
     browser.stop();
-    return ms;
+    return {std::chrono::duration<double, std::milli>(loaded.received - started).count(),
+            std::stoi(loaded.path.substr(loaded.path.find('=') + 1))};
 }
 
 void benchColdStart(const Options& options) {
@@ -251,21 +266,33 @@ void benchColdStart(const Options& options) {
         options.rounds);
     std::printf("  round   Ostrelle      MiniBrowser\n");
     std::vector<double> ours, theirs;
+    int incomplete = 0;
     for (int round = 1; round <= options.rounds; ++round) {
+        ColdStart o, m;
         // Who starts first changes every round, so neither always follows the other.
         if (round % 2) {
-            ours.push_back(ostrelle());
-            theirs.push_back(miniBrowser());
+            o = ostrelle();
+            m = miniBrowser();
         } else {
-            theirs.push_back(miniBrowser());
-            ours.push_back(ostrelle());
+            m = miniBrowser();
+            o = ostrelle();
         }
-        std::printf("  %-5d   %7.1f ms    %7.1f ms\n", round, ours.back(), theirs.back());
+        ours.push_back(o.milliseconds);
+        theirs.push_back(m.milliseconds);
+        std::printf("  %-5d   %7.1f ms    %7.1f ms\n", round, o.milliseconds, m.milliseconds);
+        for (const auto& [who, run] : {std::pair{"Ostrelle", o}, std::pair{"MiniBrowser", m}}) {
+            if (run.assetsLoaded != options.assets) {
+                ++incomplete;
+                std::printf("          (%s loaded only %d of %d assets)\n", who, run.assetsLoaded,
+                            options.assets);
+            }
+        }
         std::fflush(stdout);
     }
     const double a = median(ours), b = median(theirs);
     std::printf("  median  %7.1f ms    %7.1f ms\n", a, b);
     std::printf("  ratio Ostrelle / MiniBrowser = %.3f   (target: at most 1.15)\n", a / b);
+    if (incomplete == 0) std::printf("  every run loaded all %d assets\n", options.assets);
 }
 
 int usage(const char* program) {
