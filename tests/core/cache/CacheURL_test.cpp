@@ -27,32 +27,12 @@ TEST(CacheURLTest, SplitsAndDecodesThePath) {
     EXPECT_EQ(urlPath("http://h/100%/x%zz"), "/100%/x%zz");  // malformed escapes stay
 }
 
-TEST(CacheURLTest, ExtensionsAndKinds) {
+TEST(CacheURLTest, ExtensionsAreTheLastNamesOwn) {
     EXPECT_EQ(pathExtension("/js/app.min.js"), "js");
-    EXPECT_EQ(pathExtension("/img/a.PNG"), "PNG");
     EXPECT_EQ(pathExtension("/v1.2/readme"), "");
     EXPECT_EQ(pathExtension("/.hidden"), "");
-    EXPECT_EQ(pathExtension("/"), "");
-
-    EXPECT_EQ(kindForExtension("less"), "media");
-    EXPECT_EQ(kindForExtension("json"), "media");
-    EXPECT_EQ(kindForExtension("js"), "js");
-    EXPECT_EQ(kindForExtension("html"), "html");
-    EXPECT_EQ(kindForExtension("PNG"), std::nullopt);
-    EXPECT_EQ(kindForExtension("htm"), std::nullopt);
-    EXPECT_EQ(mapNameForKind("media"), "media_map");
-
-    EXPECT_TRUE(isMapOfTexts(Value::parse(R"({"/a.js":"/a_1.js"})")));
-    EXPECT_TRUE(isMapOfTexts(Value::object()));
     EXPECT_FALSE(isMapOfTexts(Value::parse(R"({"/a.js":1})")));
     EXPECT_FALSE(isMapOfTexts(Value::parse(R"(["/a.js"])")));
-    EXPECT_FALSE(isMapOfTexts(nil()));
-}
-
-TEST(CacheURLTest, RemovesEveryOccurrence) {
-    EXPECT_EQ(removingOccurrences("/player/mac/www/js/player/mac/www/a.js", "/player/mac/www"), "/js/a.js");
-    EXPECT_EQ(removingOccurrences("/x", "/player/mac/www"), "/x");
-    EXPECT_EQ(removingOccurrences("abc", ""), "abc");
 }
 
 TEST(CacheURLTest, SafeRelativePathsStayBelowTheirFolder) {
