@@ -32,7 +32,8 @@ int main(int argc, char** argv) {
     } else if (auto located = zel::ZELBundle::locateResources(zel::ZELBundle::executablePath())) {
         resources = *located;
     } else {
-        std::cerr << program << ": cannot find the web app (no resources folder with www beside the program); "
+        std::cerr << program
+                  << ": cannot find the web app (no resources folder with www beside the program); "
                   << "use --bundle DIR" << std::endl;
         return 1;
     }

@@ -16,7 +16,7 @@ struct LaunchOptions {
     std::optional<std::string> startPage;        // --start-page URL
     bool inspector = false;                      // --inspector: developer extras (Web Inspector)
     bool automation = false;                     // --automation: allow WebDriver sessions
-    bool consoleLog = false;                     // --console-log: page console messages to stdout
+    bool consoleLog = false;                     // --console-log: page console messages on stderr
 };
 
 struct CommandLineResult {

@@ -15,7 +15,9 @@ void AppDelegate::init(Gtk::Application& application) {
     mainViewController_ = std::make_unique<MainViewController>(application, options_, bundle_);
 }
 
-void AppDelegate::applicationWillFinishLaunching() { zelLog("applicationWillFinishLaunching"); }
+void AppDelegate::applicationWillFinishLaunching() {
+    zelLog("applicationWillFinishLaunching");
+}
 
 void AppDelegate::applicationDidFinishLaunching() {
     Value directories = Value::array();
@@ -36,15 +38,21 @@ void AppDelegate::applicationDidFinishLaunching() {
     mprisService_->start();
 }
 
-void AppDelegate::applicationDidBecomeActive() { zelLog("applicationDidBecomeActive"); }
-void AppDelegate::applicationDidResignActive() { zelLog("applicationDidResignActive"); }
+void AppDelegate::applicationDidBecomeActive() {
+    zelLog("applicationDidBecomeActive");
+}
+void AppDelegate::applicationDidResignActive() {
+    zelLog("applicationDidResignActive");
+}
 
 bool AppDelegate::applicationShouldHandleReopen(bool /*hasVisibleWindows*/) {
     mainViewController_->orderFront();
     return true;
 }
 
-void AppDelegate::showFeedbackWindow() { mainViewController_->showFeedbackWindow(); }
+void AppDelegate::showFeedbackWindow() {
+    mainViewController_->showFeedbackWindow();
+}
 
 void AppDelegate::mediaKeyTap(SPMediaKeyTap* /*tap*/, const ZELMediaKeyEvent& event) {
     const ZELMediaKeyCommand command = ZELMediaKeyCommand::forEvent(event);

@@ -16,7 +16,7 @@
 namespace zel {
 
 class AppDelegate : public SPMediaKeyTapDelegate, public ZELMprisServiceDelegate {
-public:
+  public:
     AppDelegate(LaunchOptions options, ZELBundle bundle);
     ~AppDelegate();
 
@@ -45,7 +45,7 @@ public:
 
     MainViewController* mainViewController() { return mainViewController_.get(); }
 
-private:
+  private:
     LaunchOptions options_;
     ZELBundle bundle_;
     std::unique_ptr<MainViewController> mainViewController_;

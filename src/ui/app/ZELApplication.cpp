@@ -14,7 +14,8 @@ Glib::RefPtr<ZELApplication> ZELApplication::create(const ZELSettings& settings,
 }
 
 ZELApplication::ZELApplication(const ZELSettings& settings, bool unique)
-    : Gtk::Application(kApplicationId, unique ? Gio::Application::Flags::NONE : Gio::Application::Flags::NON_UNIQUE),
+    : Gtk::Application(kApplicationId,
+                       unique ? Gio::Application::Flags::NONE : Gio::Application::Flags::NON_UNIQUE),
       settings_(settings) {
     Glib::set_application_name("Ostrelle");
 }
@@ -59,16 +60,17 @@ void ZELApplication::on_window_added(Gtk::Window* window) {
             return false;
         },
         false);
-    keys->signal_key_released().connect([this, k = keys.get()](guint keyval, guint keycode, Gdk::ModifierType) {
-        sendKeyEvent(keyval, keycode, false, k->get_current_event_time());
-    });
+    keys->signal_key_released().connect(
+        [this, k = keys.get()](guint keyval, guint keycode, Gdk::ModifierType) {
+            sendKeyEvent(keyval, keycode, false, k->get_current_event_time());
+        });
     window->add_controller(keys);
 }
 
 void ZELApplication::sendKeyEvent(unsigned keyval, unsigned keycode, bool press, std::uint32_t time) {
     if (!delegate_ || SPMediaKeyTap::usesGlobalMediaKeyTap()) return;
-    // The web view hands keys the page left alone back to the window, where they pass this filter again, possibly
-    // after later events: one event is known by its key, direction and time.
+    // The web view hands keys the page left alone back to the window, where they pass this filter again,
+    // possibly after later events: one event is known by its key, direction and time.
     const SeenKey seen{keycode, press, time};
     if (std::find(seenKeys_.begin(), seenKeys_.end(), seen) != seenKeys_.end()) return;
     seenKeys_[nextSeenKey_] = seen;

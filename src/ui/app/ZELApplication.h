@@ -17,7 +17,7 @@ namespace zel {
 class AppDelegate;
 
 class ZELApplication : public Gtk::Application {
-public:
+  public:
     static constexpr const char* kApplicationId = "org.ostrelle.Ostrelle";
 
     // unique: false for runs that must not hand over to an already running instance (automation).
@@ -30,13 +30,13 @@ public:
     void showHelp();
     void showFeedbackWindow();
 
-protected:
+  protected:
     ZELApplication(const ZELSettings& settings, bool unique);
     void on_startup() override;
     void on_activate() override;
     void on_window_added(Gtk::Window* window) override;
 
-private:
+  private:
     void updateActive();
     // The event filter for key events of our own windows: while the global media-key tap is not in use, media
     // keys go to the delegate's media-key handler, and always on to the window.

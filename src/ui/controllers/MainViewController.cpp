@@ -61,10 +61,9 @@ MainViewController::MainViewController(Gtk::Application& application, const Laun
     webView_ = std::make_unique<ZELWebView>(webOptions);
     webViewDelegate_->attach(*webView_, options.inspector);
     webViewDelegate_->setWindow(mainWindow_.get());
-    webView_->bridge().setExecHandler([this](const Value& callId, const std::string& plugin,
-                                             const std::string& method, const std::string& params) {
-        pluginController_->exec(callId, plugin, method, params);
-    });
+    webView_->bridge().setExecHandler(
+        [this](const Value& callId, const std::string& plugin, const std::string& method,
+               const std::string& params) { pluginController_->exec(callId, plugin, method, params); });
 
     zelLog("WebStoragePath is '%@', modify in MainViewController.", webOptions.dataDirectory.string());
     zelLog("WebStoragePath enabled', modify in MainViewController.");
@@ -75,11 +74,12 @@ MainViewController::MainViewController(Gtk::Application& application, const Laun
     if (options.automation) {
         g_signal_connect(webView_->context(), "automation-started",
                          G_CALLBACK(+[](WebKitWebContext*, WebKitAutomationSession* session, gpointer self) {
-                             g_signal_connect(session, "create-web-view",
-                                              G_CALLBACK(+[](WebKitAutomationSession*, gpointer self) {
-                                                  return static_cast<MainViewController*>(self)->webView_->webView();
-                                              }),
-                                              self);
+                             g_signal_connect(
+                                 session, "create-web-view",
+                                 G_CALLBACK(+[](WebKitAutomationSession*, gpointer self) {
+                                     return static_cast<MainViewController*>(self)->webView_->webView();
+                                 }),
+                                 self);
                          }),
                          this);
     }
@@ -97,18 +97,28 @@ void MainViewController::registerURLProtocol() {
     schemeHandler_->registerWith(webView_->context());
 }
 
-void MainViewController::didReady() { awakeFromNib(); }
+void MainViewController::didReady() {
+    awakeFromNib();
+}
 
 void MainViewController::awakeFromNib() {
     webView_->loadURI(options_.startPage.value_or(web::startPageURL(options_.settings.staticFileHost)));
     zelLog("awakeFromNib");
 }
 
-void MainViewController::orderFront() { mainWindow_->present(); }
+void MainViewController::orderFront() {
+    mainWindow_->present();
+}
 
-void MainViewController::tooglePlayPause() { callJavascriptFunc("tooglePlayPause"); }
-void MainViewController::playNextSong() { callJavascriptFunc("forward"); }
-void MainViewController::playPreviousSong() { callJavascriptFunc("backward"); }
+void MainViewController::tooglePlayPause() {
+    callJavascriptFunc("tooglePlayPause");
+}
+void MainViewController::playNextSong() {
+    callJavascriptFunc("forward");
+}
+void MainViewController::playPreviousSong() {
+    callJavascriptFunc("backward");
+}
 
 void MainViewController::callJavascriptFunc(const std::string& name, const ArgList& params) {
     webView_->callJavascriptFunc(name, params);
@@ -142,11 +152,19 @@ void MainViewController::showFeedbackWindow() {
     feedbackWindow_->present();
 }
 
-void MainViewController::refreshWebCache() { cacheController_->refreshLocalCache(); }
-void MainViewController::clearWebCache() { cacheController_->clearLocalCache(); }
+void MainViewController::refreshWebCache() {
+    cacheController_->refreshLocalCache();
+}
+void MainViewController::clearWebCache() {
+    cacheController_->clearLocalCache();
+}
 
-void MainViewController::showSearchSuggestion() { callJavascriptFunc("showSuggestion"); }
-void MainViewController::hideSearchSuggestion() { callJavascriptFunc("hideSuggestion"); }
+void MainViewController::showSearchSuggestion() {
+    callJavascriptFunc("showSuggestion");
+}
+void MainViewController::hideSearchSuggestion() {
+    callJavascriptFunc("hideSuggestion");
+}
 
 void MainViewController::updateSearchQuery(const std::string& query) {
     zelLog("updateSearchQuery");
@@ -159,11 +177,21 @@ void MainViewController::submitSearchQuery(const std::string& query) {
     callJavascriptFunc("searchQuery", argList(query));
 }
 
-void MainViewController::historyBack() { webView_->goBack(); }
-void MainViewController::historyForward() { webView_->goForward(); }
-void MainViewController::showLoginWindowButtonClick() { showLoginWindow(); }
-void MainViewController::showRegisterWindowButtonClick() { showRegisterWindow(); }
-void MainViewController::logoutButtonClick() { callJavascriptFunc("logout"); }
+void MainViewController::historyBack() {
+    webView_->goBack();
+}
+void MainViewController::historyForward() {
+    webView_->goForward();
+}
+void MainViewController::showLoginWindowButtonClick() {
+    showLoginWindow();
+}
+void MainViewController::showRegisterWindowButtonClick() {
+    showRegisterWindow();
+}
+void MainViewController::logoutButtonClick() {
+    callJavascriptFunc("logout");
+}
 
 void MainViewController::login(const std::string& userName, const std::string& password,
                                const std::string& verifyCode, bool /*isPhone*/, bool remember) {

@@ -1,6 +1,7 @@
 // The hub: creates and owns the web view, the main window, the bridge and the plugins, and the login and
-// feedback windows on first use; it is the delegate of almost all of them. User actions in native controls end
-// here and become calls of the web app's global functions; plugin requests that need native UI arrive here.
+// feedback windows on first use; it is the delegate of almost all of them. User actions in native controls
+// end here and become calls of the web app's global functions; plugin requests that need native UI arrive
+// here.
 //
 // Built in a fixed order (see the constructor); loads no page until didReady. Lives for the whole process.
 // Main thread only.
@@ -39,7 +40,7 @@ class MainViewController : public ZELMainWindowDelegate,
                            public ZELAppUpdatePluginDelegate,
                            public ZELMenuControllerDelegate,
                            public ZELPluginControllerDelegate {
-public:
+  public:
     // The application keeps the windows alive while they are shown; options and bundle must outlive this.
     MainViewController(Gtk::Application& application, const LaunchOptions& options, const ZELBundle& bundle);
     ~MainViewController() override;
@@ -108,7 +109,7 @@ public:
     ZELMainWindow& mainWindow() { return *mainWindow_; }
     ZELWebView& webView() { return *webView_; }
 
-private:
+  private:
     Gtk::Application& application_;
     const LaunchOptions& options_;
     const ZELBundle& bundle_;

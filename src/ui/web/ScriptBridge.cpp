@@ -10,8 +10,8 @@
 namespace zel {
 namespace {
 
-// Installed at document start in every web app frame. @PREFIX@ is replaced by the bridge's marker, which holds
-// only the characters [a-z0-9:], so the substitution cannot change the script's structure.
+// Installed at document start in every web app frame. @PREFIX@ is replaced by the bridge's marker, which
+// holds only the characters [a-z0-9:], so the substitution cannot change the script's structure.
 constexpr const char* kBridgeScript = R"JS((function () {
   'use strict';
   const PREFIX = '@PREFIX@';
@@ -95,8 +95,9 @@ void ScriptBridge::install(WebKitUserContentManager* contentManager) const {
 
     const std::string scheme = std::string(web::kScheme) + "://*/*";
     const char* allow[] = {scheme.c_str(), "file:///*", nullptr};
-    WebKitUserScript* script = webkit_user_script_new(source.c_str(), WEBKIT_USER_CONTENT_INJECT_ALL_FRAMES,
-                                                      WEBKIT_USER_SCRIPT_INJECT_AT_DOCUMENT_START, allow, nullptr);
+    WebKitUserScript* script =
+        webkit_user_script_new(source.c_str(), WEBKIT_USER_CONTENT_INJECT_ALL_FRAMES,
+                               WEBKIT_USER_SCRIPT_INJECT_AT_DOCUMENT_START, allow, nullptr);
     webkit_user_content_manager_add_script(contentManager, script);
     webkit_user_script_unref(script);
 }
@@ -147,8 +148,8 @@ void ScriptBridge::callFunction(WebKitWebView* webView, const std::string& name,
         webView, kCallFunctionBody, -1, arguments, nullptr, nullptr, nullptr,
         [](GObject* source, GAsyncResult* result, gpointer) {
             GError* error = nullptr;
-            JSCValue* value =
-                webkit_web_view_call_async_javascript_function_finish(WEBKIT_WEB_VIEW(source), result, &error);
+            JSCValue* value = webkit_web_view_call_async_javascript_function_finish(WEBKIT_WEB_VIEW(source),
+                                                                                    result, &error);
             if (value) g_object_unref(value);
             // A page that is not loaded yet, or a function that throws: the call has no effect.
             g_clear_error(&error);

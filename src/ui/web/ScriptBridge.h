@@ -25,7 +25,7 @@
 namespace zel {
 
 class ScriptBridge {
-public:
+  public:
     using ExecHandler = std::function<void(const Value& callId, const std::string& pluginName,
                                            const std::string& methodName, const std::string& paramsText)>;
 
@@ -42,7 +42,7 @@ public:
 
     bool inBridgeCall() const { return answering_ != nullptr; }
 
-private:
+  private:
     using QueuedCall = std::pair<std::string, ArgList>;
 
     std::string prefix_;

@@ -20,8 +20,8 @@ ZELWebView::ZELWebView(const ZELWebViewOptions& options) {
 
     if (options.automation) webkit_web_context_set_automation_allowed(context_, TRUE);
 
-    view_ = WEBKIT_WEB_VIEW(g_object_new(WEBKIT_TYPE_WEB_VIEW, "web-context", context_, "network-session", session_,
-                                         "settings", settings, "user-content-manager", content,
+    view_ = WEBKIT_WEB_VIEW(g_object_new(WEBKIT_TYPE_WEB_VIEW, "web-context", context_, "network-session",
+                                         session_, "settings", settings, "user-content-manager", content,
                                          "is-controlled-by-automation", options.automation ? TRUE : FALSE,
                                          nullptr));
     g_object_ref_sink(view_);
@@ -39,10 +39,18 @@ ZELWebView::~ZELWebView() {
     g_object_unref(context_);
 }
 
-void ZELWebView::loadURI(const std::string& uri) { webkit_web_view_load_uri(view_, uri.c_str()); }
-void ZELWebView::reload() { webkit_web_view_reload(view_); }
-void ZELWebView::goBack() { webkit_web_view_go_back(view_); }
-void ZELWebView::goForward() { webkit_web_view_go_forward(view_); }
+void ZELWebView::loadURI(const std::string& uri) {
+    webkit_web_view_load_uri(view_, uri.c_str());
+}
+void ZELWebView::reload() {
+    webkit_web_view_reload(view_);
+}
+void ZELWebView::goBack() {
+    webkit_web_view_go_back(view_);
+}
+void ZELWebView::goForward() {
+    webkit_web_view_go_forward(view_);
+}
 
 void ZELWebView::callJavascriptFunc(const std::string& name, const ArgList& params) {
     bridge_.callFunction(view_, name, params);

@@ -25,7 +25,7 @@ struct ZELWebViewOptions {
 };
 
 class ZELWebView : public ZELScriptTarget {
-public:
+  public:
     explicit ZELWebView(const ZELWebViewOptions& options);
     ~ZELWebView() override;
     ZELWebView(const ZELWebView&) = delete;
@@ -43,7 +43,7 @@ public:
 
     void callJavascriptFunc(const std::string& name, const ArgList& params) override;
 
-private:
+  private:
     WebKitWebContext* context_ = nullptr;
     WebKitNetworkSession* session_ = nullptr;
     WebKitWebView* view_ = nullptr;

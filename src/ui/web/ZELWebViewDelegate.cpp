@@ -28,7 +28,8 @@ void ZELWebViewDelegate::attach(ZELWebView& webView, bool allowContextMenu) {
 
 gboolean ZELWebViewDelegate::onDecidePolicy(WebKitWebView*, WebKitPolicyDecision* decision,
                                             WebKitPolicyDecisionType type, gpointer) {
-    if (type != WEBKIT_POLICY_DECISION_TYPE_NAVIGATION_ACTION && type != WEBKIT_POLICY_DECISION_TYPE_NEW_WINDOW_ACTION)
+    if (type != WEBKIT_POLICY_DECISION_TYPE_NAVIGATION_ACTION &&
+        type != WEBKIT_POLICY_DECISION_TYPE_NEW_WINDOW_ACTION)
         return FALSE;
     WebKitNavigationAction* action =
         webkit_navigation_policy_decision_get_navigation_action(WEBKIT_NAVIGATION_POLICY_DECISION(decision));
@@ -41,8 +42,8 @@ gboolean ZELWebViewDelegate::onDecidePolicy(WebKitWebView*, WebKitPolicyDecision
         if (!inApp) platform::openURL(uri);
         return TRUE;
     }
-    // Subframes may embed outside content; what the user (or the page) navigates to outside the web app leaves
-    // for the browser. Redirects and frame loads carry no user gesture.
+    // Subframes may embed outside content; what the user (or the page) navigates to outside the web app
+    // leaves for the browser. Redirects and frame loads carry no user gesture.
     if (!inApp && webkit_navigation_action_is_user_gesture(action)) {
         webkit_policy_decision_ignore(decision);
         platform::openURL(uri);
@@ -62,7 +63,8 @@ gboolean ZELWebViewDelegate::onScriptDialog(WebKitWebView*, WebKitScriptDialog* 
     return static_cast<ZELWebViewDelegate*>(self)->webView_->bridge().handleScriptDialog(dialog);
 }
 
-gboolean ZELWebViewDelegate::onContextMenu(WebKitWebView*, WebKitContextMenu*, WebKitHitTestResult*, gpointer self) {
+gboolean ZELWebViewDelegate::onContextMenu(WebKitWebView*, WebKitContextMenu*, WebKitHitTestResult*,
+                                           gpointer self) {
     return static_cast<ZELWebViewDelegate*>(self)->allowContextMenu_ ? FALSE : TRUE;
 }
 

@@ -28,7 +28,7 @@
 namespace zel {
 
 class ZELWebViewDelegate : public ZELURLProtocolDelegate {
-public:
+  public:
     static constexpr int kMaxReloadsPerMinute = 3;
 
     ZELWebViewDelegate() = default;
@@ -42,8 +42,9 @@ public:
     std::optional<std::filesystem::path> getLocalData(const std::string& url) override;
     std::optional<std::string> realRequest(const std::string& url) override;
 
-private:
-    static gboolean onDecidePolicy(WebKitWebView*, WebKitPolicyDecision*, WebKitPolicyDecisionType, gpointer self);
+  private:
+    static gboolean onDecidePolicy(WebKitWebView*, WebKitPolicyDecision*, WebKitPolicyDecisionType,
+                                   gpointer self);
     static GtkWidget* onCreate(WebKitWebView*, WebKitNavigationAction*, gpointer self);
     static gboolean onScriptDialog(WebKitWebView*, WebKitScriptDialog*, gpointer self);
     static gboolean onContextMenu(WebKitWebView*, WebKitContextMenu*, WebKitHitTestResult*, gpointer self);

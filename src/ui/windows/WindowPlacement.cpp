@@ -20,9 +20,9 @@ void centerOnScreen(Gtk::Window& window) {
         gdk_monitor_get_geometry(monitor, &geometry);
         int width = window.get_width(), height = window.get_height();
         if (width <= 0 || height <= 0) window.get_default_size(width, height);
-        const ZELRect r = centeredRect({double(geometry.x), double(geometry.y), double(geometry.width),
-                                        double(geometry.height)},
-                                       width, height);
+        const ZELRect r = centeredRect(
+            {double(geometry.x), double(geometry.y), double(geometry.width), double(geometry.height)}, width,
+            height);
         XMoveWindow(gdk_x11_display_get_xdisplay(display), gdk_x11_surface_get_xid(surface),
                     static_cast<int>(std::lround(r.x)), static_cast<int>(std::lround(r.y)));
     };

@@ -9,19 +9,19 @@
 namespace zel {
 
 class ZELFeedbackWindowDelegate {
-public:
+  public:
     virtual ~ZELFeedbackWindowDelegate() = default;
     virtual void submitFeedback(const std::string& /*text*/, const std::string& /*email*/) {}
 };
 
 class ZELFeedbackWindow : public Gtk::Window {
-public:
+  public:
     ZELFeedbackWindow(int contentWidth, int contentHeight);
 
     void setFeedbackWindowDelegate(ZELFeedbackWindowDelegate* delegate) { delegate_ = delegate; }
     void performClose() { close(); }
 
-private:
+  private:
     ZELFeedbackWindowDelegate* delegate_ = nullptr;
     Gtk::Box box_{Gtk::Orientation::VERTICAL, 6};
     Gtk::Entry feedback_, contact_;

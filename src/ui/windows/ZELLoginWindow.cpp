@@ -32,17 +32,22 @@ ZELLoginWindow::ZELLoginWindow(int contentWidth, int contentHeight) {
 
     submit_.signal_clicked().connect([this] { submit(); });
     password_.signal_activate().connect([this] { submit(); });
-    refreshCode_.signal_clicked().connect([this] { if (delegate_) delegate_->updateVerifyCode(); });
+    refreshCode_.signal_clicked().connect([this] {
+        if (delegate_) delegate_->updateVerifyCode();
+    });
 }
 
 void ZELLoginWindow::submit() {
     error_.set_text("");
     submit_.set_sensitive(false);
     // The window has no controls for a phone login or for remembering the user.
-    if (delegate_) delegate_->login(userName_.get_text(), password_.get_text(), verifyCode_.get_text(), false, true);
+    if (delegate_)
+        delegate_->login(userName_.get_text(), password_.get_text(), verifyCode_.get_text(), false, true);
 }
 
-void ZELLoginWindow::setStatus(const Value& /*status*/) { submit_.set_sensitive(true); }
+void ZELLoginWindow::setStatus(const Value& /*status*/) {
+    submit_.set_sensitive(true);
+}
 
 void ZELLoginWindow::setErrorMessage(const Value& message) {
     const std::string* text = textOf(message);
@@ -60,6 +65,8 @@ void ZELLoginWindow::setVerifyCodeImageSrc(const Value& src) {
     verifySrc_.set_text(text ? *text : "");
 }
 
-void ZELLoginWindow::performClose() { close(); }
+void ZELLoginWindow::performClose() {
+    close();
+}
 
 }  // namespace zel

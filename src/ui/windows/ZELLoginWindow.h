@@ -12,7 +12,7 @@
 namespace zel {
 
 class ZELLoginWindowDelegate {
-public:
+  public:
     virtual ~ZELLoginWindowDelegate() = default;
     virtual void login(const std::string& /*userName*/, const std::string& /*password*/,
                        const std::string& /*verifyCode*/, bool /*isPhone*/, bool /*remember*/) {}
@@ -20,7 +20,7 @@ public:
 };
 
 class ZELLoginWindow : public Gtk::Window {
-public:
+  public:
     ZELLoginWindow(int contentWidth, int contentHeight);
 
     void setLoginWindowDelegate(ZELLoginWindowDelegate* delegate) { delegate_ = delegate; }
@@ -30,7 +30,7 @@ public:
     void setVerifyCodeImageSrc(const Value& src);
     void performClose();
 
-private:
+  private:
     void submit();
 
     ZELLoginWindowDelegate* delegate_ = nullptr;

@@ -23,7 +23,8 @@ void ZELMainWindow::buildHeader() {
     search_.set_size_request(240, -1);
     search_.set_hexpand(true);
     search_.set_halign(Gtk::Align::CENTER);
-    // Submitting should not wait for the entry's change delay: the web app shows suggestions as the user types.
+    // Submitting should not wait for the entry's change delay: the web app shows suggestions as the user
+    // types.
     search_.set_search_delay(0);
     login_.set_label("登录");
     register_.set_label("注册");
@@ -31,24 +32,35 @@ void ZELMainWindow::buildHeader() {
     close_.set_icon_name("window-close-symbolic");
     close_.set_tooltip_text("关闭");
 
-    for (Gtk::Widget* w : std::initializer_list<Gtk::Widget*>{&back_, &forward_, &title_, &search_, &userName_,
-                                                              &login_, &register_, &logout_, &close_}) {
+    for (Gtk::Widget* w : std::initializer_list<Gtk::Widget*>{
+             &back_, &forward_, &title_, &search_, &userName_, &login_, &register_, &logout_, &close_}) {
         header_.append(*w);
     }
     header_.set_margin(6);
     handle_.set_child(header_);
     root_.append(handle_);
 
-    back_.signal_clicked().connect([this] { if (delegate_) delegate_->historyBack(); });
-    forward_.signal_clicked().connect([this] { if (delegate_) delegate_->historyForward(); });
-    login_.signal_clicked().connect([this] { if (delegate_) delegate_->showLoginWindowButtonClick(); });
-    register_.signal_clicked().connect([this] { if (delegate_) delegate_->showRegisterWindowButtonClick(); });
-    logout_.signal_clicked().connect([this] { if (delegate_) delegate_->logoutButtonClick(); });
+    back_.signal_clicked().connect([this] {
+        if (delegate_) delegate_->historyBack();
+    });
+    forward_.signal_clicked().connect([this] {
+        if (delegate_) delegate_->historyForward();
+    });
+    login_.signal_clicked().connect([this] {
+        if (delegate_) delegate_->showLoginWindowButtonClick();
+    });
+    register_.signal_clicked().connect([this] {
+        if (delegate_) delegate_->showRegisterWindowButtonClick();
+    });
+    logout_.signal_clicked().connect([this] {
+        if (delegate_) delegate_->logoutButtonClick();
+    });
     close_.signal_clicked().connect([this] { hide(); });
 
     search_.signal_search_changed().connect([this] {
         const std::string text = search_.get_text();
-        // The entry also reports a change when nothing changed (on realisation); the web app hears real edits.
+        // The entry also reports a change when nothing changed (on realisation); the web app hears real
+        // edits.
         if (text == lastQuery_ || !delegate_) return;
         lastQuery_ = text;
         if (!suggestionShown_ && !text.empty()) {

@@ -12,7 +12,7 @@
 namespace zel {
 
 class ZELMainWindowDelegate {
-public:
+  public:
     virtual ~ZELMainWindowDelegate() = default;
     virtual void showSearchSuggestion() {}
     virtual void hideSearchSuggestion() {}
@@ -26,7 +26,7 @@ public:
 };
 
 class ZELMainWindow : public Gtk::Window {
-public:
+  public:
     // Content size in points; the window is borderless.
     ZELMainWindow(int contentWidth, int contentHeight);
 
@@ -36,7 +36,7 @@ public:
     // An empty or non-text name shows the signed-out state.
     void updateUserName(const Value& name, const Value& avatarSrc);
 
-private:
+  private:
     void buildHeader();
     void showSignedIn(bool signedIn);
 
