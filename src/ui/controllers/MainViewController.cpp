@@ -57,7 +57,7 @@ MainViewController::MainViewController(Gtk::Application& application, const Laun
     webOptions.dataDirectory = ZELEnv::workingDirectory();
     webOptions.developerExtras = options.inspector;
     webOptions.automation = options.automation;
-    webOptions.consoleToStdout = options.consoleLog;
+    webOptions.consoleMessages = options.consoleLog;
     webView_ = std::make_unique<ZELWebView>(webOptions);
     webViewDelegate_->attach(*webView_, options.inspector);
     webViewDelegate_->setWindow(mainWindow_.get());

@@ -12,7 +12,7 @@ ZELWebView::ZELWebView(const ZELWebViewOptions& options) {
     WebKitSettings* settings = webkit_settings_new();
     webkit_settings_set_user_agent(settings, "Ostrelle/0.1");
     webkit_settings_set_enable_developer_extras(settings, options.developerExtras);
-    webkit_settings_set_enable_write_console_messages_to_stdout(settings, options.consoleToStdout);
+    webkit_settings_set_enable_write_console_messages_to_stdout(settings, options.consoleMessages);
     webkit_settings_set_javascript_can_open_windows_automatically(settings, FALSE);
 
     WebKitUserContentManager* content = webkit_user_content_manager_new();

@@ -21,7 +21,7 @@ struct ZELWebViewOptions {
     std::filesystem::path dataDirectory;  // website data (local storage, cookies, ...)
     bool developerExtras = false;         // Web Inspector
     bool automation = false;              // controlled by a WebDriver session
-    bool consoleToStdout = false;         // page console messages on stdout
+    bool consoleMessages = false;         // page console messages on stderr (WebKit writes them there)
 };
 
 class ZELWebView : public ZELScriptTarget {
