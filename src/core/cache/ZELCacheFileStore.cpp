@@ -1,5 +1,7 @@
 #include "core/cache/ZELCacheFileStore.h"
 
+#include "core/fs/Files.h"
+
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -10,21 +12,6 @@
 #include <utility>
 
 namespace zel {
-namespace {
-
-bool writeAll(int fd, std::string_view data) {
-    while (!data.empty()) {
-        const ssize_t n = ::write(fd, data.data(), data.size());
-        if (n < 0) {
-            if (errno == EINTR) continue;
-            return false;
-        }
-        data.remove_prefix(static_cast<std::size_t>(n));
-    }
-    return true;
-}
-
-}  // namespace
 
 ZELCacheFileStore::ZELCacheFileStore(std::filesystem::path basePath)
     : base_(std::move(basePath)), staging_(base_ / ".incoming") {}
@@ -50,7 +37,7 @@ bool ZELCacheFileStore::writeFile(const std::filesystem::path& target, std::stri
         knownDirectories_.clear();
         return false;
     }
-    const bool written = writeAll(fd, data);
+    const bool written = fs::writeAll(fd, data);
     const bool closed = ::close(fd) == 0;
     if (!written || !closed || ::rename(temporary.c_str(), target.c_str()) != 0) {
         ::unlink(temporary.c_str());

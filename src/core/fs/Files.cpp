@@ -31,18 +31,6 @@ class FileDescriptor {
     int fd_;
 };
 
-bool writeAll(int fd, std::string_view contents) {
-    while (!contents.empty()) {
-        const ssize_t n = ::write(fd, contents.data(), contents.size());
-        if (n < 0) {
-            if (errno == EINTR) continue;
-            return false;
-        }
-        contents.remove_prefix(static_cast<std::size_t>(n));
-    }
-    return true;
-}
-
 // O_EXCL on a fresh name, not mkstemp: the new file then gets the mode that the umask allows, like any other
 // file the program writes, instead of mkstemp's 0600.
 FileDescriptor createTemporaryBeside(const std::filesystem::path& target, std::filesystem::path& temporary) {
@@ -102,6 +90,18 @@ bool writeFileAtomically(const std::filesystem::path& path, std::string_view con
         return false;
     }
     syncDirectory(directory);
+    return true;
+}
+
+bool writeAll(int fd, std::string_view contents) {
+    while (!contents.empty()) {
+        const ssize_t n = ::write(fd, contents.data(), contents.size());
+        if (n < 0) {
+            if (errno == EINTR) continue;
+            return false;
+        }
+        contents.remove_prefix(static_cast<std::size_t>(n));
+    }
     return true;
 }
 
