@@ -201,9 +201,17 @@ void RequestRecorder::serve() {
         if (firstSpace == std::string::npos || secondSpace == std::string::npos) continue;
         const Request request{head.substr(firstSpace + 1, secondSpace - firstSpace - 1), Clock::now()};
         try {
-            sendAll(fd,
+            // Addresses under /page/ are pages a browser would show; everything else is only recorded.
+            if (request.path.rfind("/page/", 0) == 0) {
+                sendAll(fd,
+                        "HTTP/1.1 200 OK\r\nContent-Type: text/html\r\nContent-Length: 19\r\n"
+                        "Cache-Control: no-store\r\nConnection: close\r\n\r\n<p>outside page</p>");
+            } else {
+                sendAll(
+                    fd,
                     "HTTP/1.1 204 No Content\r\nAccess-Control-Allow-Origin: *\r\nCache-Control: no-store\r\n"
                     "Connection: close\r\n\r\n");
+            }
         } catch (const std::exception&) {
             // The page may have gone already; the request still counts.
         }

@@ -26,7 +26,8 @@ HttpResponse httpRequest(std::uint16_t port, const std::string& method, const st
 std::uint16_t freeLoopbackPort();
 
 // Listens on 127.0.0.1 (a free port) and answers every request with 204 and an open CORS header, so pages of
-// any origin can reach it with fetch(). Records each request's path with the time it arrived.
+// any origin can reach it with fetch(), except paths under /page/, which get a small HTML page. Records each
+// request's path with the time it arrived.
 class RequestRecorder {
   public:
     RequestRecorder();

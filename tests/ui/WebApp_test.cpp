@@ -150,6 +150,17 @@ TEST_F(NavigationTest, ExternalLinksAndWindowsOpenInTheBrowserAndThePageStays) {
     EXPECT_EQ(reportsSoFar("ready").size(), 1u);
 }
 
+TEST_F(NavigationTest, AScriptSendingTheViewOutsideOpensTheBrowserInstead) {
+    RequestRecorder outside;
+    const std::string away = outside.url("/page/away");
+    launch("leave", {}, "away=" + queryValue(away));
+    const json alive = expectReport("alive");
+    outside.expectRequest("/page/away");
+    EXPECT_THAT(browserLog(), ElementsAre(away));
+    EXPECT_EQ(alive["type"], "object");
+    EXPECT_NE(alive["href"].get<std::string>().find("case=leave"), std::string::npos) << alive;
+}
+
 TEST_F(NavigationTest, ACrashedWebProcessIsReloadedWithTheBridge) {
     launch("idle");
     std::size_t at = 0;

@@ -61,6 +61,7 @@ MainViewController::MainViewController(Gtk::Application& application, const Laun
     webView_ = std::make_unique<ZELWebView>(webOptions);
     webViewDelegate_->attach(*webView_, options.inspector);
     webViewDelegate_->setWindow(mainWindow_.get());
+    webViewDelegate_->setStartPage(startPageURL());
     webView_->bridge().setExecHandler(
         [this](const Value& callId, const std::string& plugin, const std::string& method,
                const std::string& params) { pluginController_->exec(callId, plugin, method, params); });
@@ -101,8 +102,12 @@ void MainViewController::didReady() {
     awakeFromNib();
 }
 
+std::string MainViewController::startPageURL() const {
+    return options_.startPage.value_or(web::startPageURL(options_.settings.staticFileHost));
+}
+
 void MainViewController::awakeFromNib() {
-    webView_->loadURI(options_.startPage.value_or(web::startPageURL(options_.settings.staticFileHost)));
+    webView_->loadURI(startPageURL());
     zelLog("awakeFromNib");
 }
 

@@ -110,6 +110,8 @@ class MainViewController : public ZELMainWindowDelegate,
     ZELWebView& webView() { return *webView_; }
 
   private:
+    std::string startPageURL() const;
+
     Gtk::Application& application_;
     const LaunchOptions& options_;
     const ZELBundle& bundle_;

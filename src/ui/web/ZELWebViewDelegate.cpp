@@ -27,7 +27,11 @@ void ZELWebViewDelegate::attach(ZELWebView& webView, bool allowContextMenu) {
 }
 
 gboolean ZELWebViewDelegate::onDecidePolicy(WebKitWebView*, WebKitPolicyDecision* decision,
-                                            WebKitPolicyDecisionType type, gpointer) {
+                                            WebKitPolicyDecisionType type, gpointer self) {
+    if (type == WEBKIT_POLICY_DECISION_TYPE_RESPONSE) {
+        return static_cast<ZELWebViewDelegate*>(self)->decideResponse(
+            WEBKIT_RESPONSE_POLICY_DECISION(decision));
+    }
     if (type != WEBKIT_POLICY_DECISION_TYPE_NAVIGATION_ACTION &&
         type != WEBKIT_POLICY_DECISION_TYPE_NEW_WINDOW_ACTION)
         return FALSE;
@@ -50,6 +54,17 @@ gboolean ZELWebViewDelegate::onDecidePolicy(WebKitWebView*, WebKitPolicyDecision
         return TRUE;
     }
     return FALSE;
+}
+
+// A navigation action does not tell which frame navigates, so a page that sends the whole view elsewhere by
+// script (no user gesture) is caught when the answer arrives: the main frame never shows an outside page.
+gboolean ZELWebViewDelegate::decideResponse(WebKitResponsePolicyDecision* decision) {
+    if (!webkit_response_policy_decision_is_main_frame_main_resource(decision)) return FALSE;
+    const char* uri = webkit_uri_request_get_uri(webkit_response_policy_decision_get_request(decision));
+    if (!uri || web::isInAppNavigation(uri) || startPage_ == uri) return FALSE;
+    webkit_policy_decision_ignore(WEBKIT_POLICY_DECISION(decision));
+    platform::openURL(uri);
+    return TRUE;
 }
 
 // window.open asks for a new view directly, without a new-window policy decision; the answer is the same.

@@ -36,6 +36,8 @@ class ZELWebViewDelegate : public ZELURLProtocolDelegate {
     void attach(ZELWebView& webView, bool allowContextMenu);
     // Where the crash message is shown (transient parent); not owned.
     void setWindow(Gtk::Window* window) { window_ = window; }
+    // The page the program was told to start with stays in the view even when it is outside the web app.
+    void setStartPage(std::string startPage) { startPage_ = std::move(startPage); }
     void setCacheController(ZELCacheController* cacheController) { cacheController_ = cacheController; }
 
     // ZELURLProtocolDelegate
@@ -45,6 +47,7 @@ class ZELWebViewDelegate : public ZELURLProtocolDelegate {
   private:
     static gboolean onDecidePolicy(WebKitWebView*, WebKitPolicyDecision*, WebKitPolicyDecisionType,
                                    gpointer self);
+    gboolean decideResponse(WebKitResponsePolicyDecision* decision);
     static GtkWidget* onCreate(WebKitWebView*, WebKitNavigationAction*, gpointer self);
     static gboolean onScriptDialog(WebKitWebView*, WebKitScriptDialog*, gpointer self);
     static gboolean onContextMenu(WebKitWebView*, WebKitContextMenu*, WebKitHitTestResult*, gpointer self);
@@ -58,6 +61,7 @@ class ZELWebViewDelegate : public ZELURLProtocolDelegate {
     Gtk::Window* window_ = nullptr;
     ZELCacheController* cacheController_ = nullptr;
     bool allowContextMenu_ = false;
+    std::string startPage_;
     std::deque<std::chrono::steady_clock::time_point> reloads_;
     std::unique_ptr<Gtk::MessageDialog> crashDialog_;
 };
