@@ -5,6 +5,8 @@
 
 #include <gmock/gmock.h>
 
+#include <utility>
+
 namespace zel::test {
 namespace {
 
@@ -40,11 +42,16 @@ class WebDriverSession {
         id_ = command("POST", "/session", capabilities)["sessionId"];
     }
     ~WebDriverSession() {
+        if (id_.empty()) return;
         try {
             httpRequest(port_, "DELETE", "/session/" + id_);
         } catch (const std::exception&) {
             // The driver is stopped with the test anyway.
         }
+    }
+    // Ends the session the way a client does when it is done: the driver closes the window.
+    HttpResponse end() {
+        return httpRequest(port_, "DELETE", "/session/" + std::exchange(id_, std::string()));
     }
 
     json command(const std::string& method, const std::string& path, const json& body = nullptr) {
@@ -110,6 +117,9 @@ TEST_F(WebDriverTest, ScriptsNavigationAndScreenshotsWorkInTheRealProgram) {
     EXPECT_EQ(png.substr(12, 4), "IHDR");
     EXPECT_EQ(bigEndian32(png, 16), seen["size"][0].get<unsigned>());
     EXPECT_EQ(bigEndian32(png, 20), seen["size"][1].get<unsigned>());
+
+    const HttpResponse ended = session.end();
+    EXPECT_EQ(ended.status, 200) << ended.body;
 }
 
 }  // namespace

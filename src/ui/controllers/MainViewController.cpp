@@ -83,6 +83,11 @@ MainViewController::MainViewController(Gtk::Application& application, const Laun
                                  self);
                          }),
                          this);
+        // A driver ends its session by closing the window; the program has one, so it ends with it.
+        g_signal_connect(webView_->webView(), "close", G_CALLBACK(+[](WebKitWebView*, gpointer self) {
+                             static_cast<MainViewController*>(self)->application_.quit();
+                         }),
+                         this);
     }
 
     menuController_ = std::make_unique<ZELMenuController>();
