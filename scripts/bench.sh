@@ -1,10 +1,28 @@
 #!/usr/bin/env bash
-# Builds and runs the benchmarks on a private display and session bus: the synchronous bridge round trip, and
-# cold start to a loaded web app against MiniBrowser. They print figures; they assert nothing.
-# Usage: scripts/bench.sh [bridge_bench options...]   (e.g. --rounds 9, or just "exec")
+# Builds and runs the benchmarks on a private display and session bus. They print figures and ratios against a
+# baseline measured in the same run; they assert nothing.
+#   bridge      synchronous bridge round trip; cold start to a loaded web app against MiniBrowser
+#   cache       hash-map lookups, a refresh against curl, memory while a large file passes through
+#   mediakeys   latency from an X key press to the web app's function
+# Usage: scripts/bench.sh [bridge|cache|mediakeys|all] [options for that benchmark...]
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build_dir="${BUILD_DIR:-build}"
 [ -f "$build_dir/build.ninja" ] || scripts/setup.sh "$build_dir"
-cmake --build "$build_dir" --target bridge_bench -j2
-exec tests/support/with-display.sh "$build_dir/bench/bridge_bench" "$@"
+which="${1:-all}"
+[ $# -gt 0 ] && shift
+run() {
+  cmake --build "$build_dir" --target "$1" -j2
+  tests/support/with-display.sh "$build_dir/bench/$2" "${@:3}"
+}
+case "$which" in
+  bridge) run bridge_bench bridge_bench "$@" ;;
+  cache) run cache_bench cache/cache_bench "$@" ;;
+  mediakeys) run media_key_latency media_key_latency "$@" ;;
+  all)
+    run bridge_bench bridge_bench
+    run cache_bench cache/cache_bench
+    run media_key_latency media_key_latency
+    ;;
+  *) echo "usage: scripts/bench.sh [bridge|cache|mediakeys|all] [options...]" >&2; exit 2 ;;
+esac
