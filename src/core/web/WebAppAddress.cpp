@@ -29,38 +29,6 @@ std::string schemeOf(std::string_view url) {
     return lowercase(scheme);
 }
 
-int hexDigit(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    return -1;
-}
-
-// Decodes one path segment; nullopt when it could name anything but a file or folder inside the web app's
-// folder: a separator or NUL in any spelling, control characters, or a dot segment once decoded.
-std::optional<std::string> decodeSegment(std::string_view segment) {
-    std::string decoded;
-    decoded.reserve(segment.size());
-    for (std::size_t i = 0; i < segment.size(); ++i) {
-        char c = segment[i];
-        if (c == '%') {
-            if (i + 2 >= segment.size()) return std::nullopt;
-            const int high = hexDigit(segment[i + 1]);
-            const int low = hexDigit(segment[i + 2]);
-            if (high < 0 || low < 0) return std::nullopt;
-            c = static_cast<char>(high * 16 + low);
-            i += 2;
-        } else if (c == '?' || c == '#') {
-            return std::nullopt;  // a query or fragment left on the path; only their escaped forms are names
-        }
-        const auto u = static_cast<unsigned char>(c);
-        if (c == '/' || c == '\\' || u < 0x20 || u == 0x7F) return std::nullopt;
-        decoded += c;
-    }
-    if (decoded.empty() || decoded == "." || decoded == "..") return std::nullopt;
-    return decoded;
-}
-
 // Whether inner lies at or below outer, both already free of "." and ".." and links.
 bool isWithin(const std::filesystem::path& inner, const std::filesystem::path& outer) {
     auto innerIt = inner.begin();
@@ -92,26 +60,6 @@ bool isInAppNavigation(std::string_view url) {
 std::string networkAddress(std::string_view url) {
     if (schemeOf(url) != kScheme) return std::string(url);
     return "http" + std::string(url.substr(kScheme.size()));
-}
-
-std::optional<std::string> webAppRelativePath(std::string_view urlPath) {
-    if (!urlPath.starts_with(kWebAppPathPrefix)) return std::nullopt;
-    std::string_view rest = urlPath.substr(kWebAppPathPrefix.size());
-    if (rest.empty() || rest == "/") return "index.html";
-    if (!rest.starts_with('/')) return std::nullopt;  // "/player/mac/wwwx/..." is another folder
-    rest.remove_prefix(1);
-
-    std::string relative;
-    for (;;) {
-        const std::size_t slash = rest.find('/');
-        const std::optional<std::string> segment = decodeSegment(rest.substr(0, slash));
-        if (!segment) return std::nullopt;
-        relative += *segment;
-        if (slash == std::string_view::npos) break;
-        relative += '/';
-        rest.remove_prefix(slash + 1);
-    }
-    return relative;
 }
 
 std::optional<std::filesystem::path> resolveInside(const std::filesystem::path& root,

@@ -28,12 +28,6 @@ bool isInAppNavigation(std::string_view url);
 // ostrelle://host/path -> http://host/path; other addresses unchanged.
 std::string networkAddress(std::string_view url);
 
-// The web-app-relative file path of a request path ("/player/mac/www/js/a.js" -> "js/a.js"; the folder itself
-// -> "index.html"), percent-decoded. nullopt for paths outside the web app or that could leave the folder or
-// confuse it: dot segments, encoded "/" or "\", backslashes, NUL and other control characters, invalid
-// escapes, empty segments. The query and fragment must already be cut off: a raw "?" or "#" is refused.
-std::optional<std::string> webAppRelativePath(std::string_view urlPath);
-
 // root/relative, only when its real location (symbolic links resolved) is a regular file inside root's real
 // location; nullopt otherwise.
 std::optional<std::filesystem::path> resolveInside(const std::filesystem::path& root,

@@ -40,8 +40,6 @@ class ScriptBridge {
 
     void callFunction(WebKitWebView* webView, const std::string& name, const ArgList& args);
 
-    bool inBridgeCall() const { return answering_ != nullptr; }
-
   private:
     using QueuedCall = std::pair<std::string, ArgList>;
 
