@@ -11,7 +11,11 @@
 
 int main(int argc, char** argv) {
     const std::string program = argc > 0 ? std::filesystem::path(argv[0]).filename().string() : "ostrelle";
-    const std::vector<std::string> args(argv + (argc > 0 ? 1 : 0), argv + argc);
+    std::vector<std::string> args(argv + (argc > 0 ? 1 : 0), argv + argc);
+    // Started by the session bus for the desktop entry (D-Bus activation): the toolkit runs as a service and
+    // opens the window when the bus asks for it.
+    constexpr const char* kServiceOption = "--gapplication-service";
+    const bool service = std::erase(args, kServiceOption) > 0;
     zel::CommandLineResult parsed = zel::parseCommandLine(args, program);
     switch (parsed.action) {
         case zel::CommandLineResult::Action::ShowHelp:
@@ -26,10 +30,15 @@ int main(int argc, char** argv) {
             break;
     }
 
+    // The desktop ties windows, notifications and media controls to the desktop entry through this name: it
+    // becomes the X11 window class and the name notifications go out under.
+    Glib::set_prgname(zel::ZELApplication::kApplicationId);
+
+    const auto located = zel::ZELBundle::locateResources(zel::ZELBundle::executablePath());
     std::filesystem::path resources;
     if (parsed.options.bundleDirectory) {
         resources = *parsed.options.bundleDirectory;
-    } else if (auto located = zel::ZELBundle::locateResources(zel::ZELBundle::executablePath())) {
+    } else if (located) {
         resources = *located;
     } else {
         std::cerr << program
@@ -42,7 +51,11 @@ int main(int argc, char** argv) {
     auto application = zel::ZELApplication::create(options.settings, !options.automation);
     zel::AppDelegate delegate(options, zel::ZELBundle(resources));
     application->setDelegate(&delegate);
-    // Options were taken above; the toolkit sees only the program name.
-    char* toolkitArgv[] = {argv[0], nullptr};
-    return application->run(1, toolkitArgv);
+    // The program's own icons lie beside its resources: <prefix>/share/icons, or <build>/icons when run from
+    // the build tree.
+    if (located) application->setIconSearchPath(located->parent_path() / "icons");
+    // Options were taken above; the toolkit sees only the program name, and the service option.
+    std::string serviceOption = kServiceOption;
+    char* toolkitArgv[] = {argv[0], service ? serviceOption.data() : nullptr, nullptr};
+    return application->run(service ? 2 : 1, toolkitArgv);
 }

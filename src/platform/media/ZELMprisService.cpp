@@ -15,6 +15,7 @@ constexpr const char* kIntrospection = R"XML(<node>
     <property name="CanRaise" type="b" access="read"/>
     <property name="HasTrackList" type="b" access="read"/>
     <property name="Identity" type="s" access="read"/>
+    <property name="DesktopEntry" type="s" access="read"/>
     <property name="SupportedUriSchemes" type="as" access="read"/>
     <property name="SupportedMimeTypes" type="as" access="read"/>
   </interface>
@@ -56,6 +57,8 @@ GVariant* rootProperty(const gchar* name) {
     if (is(name, "CanQuit") || is(name, "HasTrackList")) return g_variant_new_boolean(FALSE);
     if (is(name, "CanRaise")) return g_variant_new_boolean(TRUE);
     if (is(name, "Identity")) return g_variant_new_string("Ostrelle");
+    // The desktop entry's name without ".desktop": media widgets show its name and icon.
+    if (is(name, "DesktopEntry")) return g_variant_new_string("org.ostrelle.Ostrelle");
     if (is(name, "SupportedUriSchemes") || is(name, "SupportedMimeTypes"))
         return g_variant_new_strv(nullptr, 0);
     return nullptr;

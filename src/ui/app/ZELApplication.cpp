@@ -5,7 +5,10 @@
 #include "platform/media/SPMediaKeyTap.h"
 #include "ui/app/AppDelegate.h"
 
+#include <gdk/x11/gdkx.h>
+
 #include <algorithm>
+#include <system_error>
 
 namespace zel {
 
@@ -22,6 +25,7 @@ ZELApplication::ZELApplication(const ZELSettings& settings, bool unique)
 
 void ZELApplication::on_startup() {
     Gtk::Application::on_startup();
+    useApplicationIdentity();
     add_action("help", sigc::mem_fun(*this, &ZELApplication::showHelp));
     add_action("feedback", sigc::mem_fun(*this, &ZELApplication::showFeedbackWindow));
     add_action("quit", [this] { quit(); });
@@ -30,6 +34,21 @@ void ZELApplication::on_startup() {
     if (delegate_) {
         delegate_->init(*this);
         delegate_->applicationWillFinishLaunching();
+    }
+}
+
+void ZELApplication::useApplicationIdentity() {
+    auto display = Gdk::Display::get_default();
+    if (display && !iconSearchPath_.empty()) {
+        std::error_code ec;
+        if (std::filesystem::is_directory(iconSearchPath_, ec)) {
+            Gtk::IconTheme::get_for_display(display)->add_search_path(iconSearchPath_.string());
+        }
+    }
+    Gtk::Window::set_default_icon_name(kApplicationId);
+    // The toolkit capitalises the program name for the X11 class; the desktop entry names it exactly.
+    if (display && GDK_IS_X11_DISPLAY(display->gobj())) {
+        gdk_x11_display_set_program_class(display->gobj(), kApplicationId);
     }
 }
 

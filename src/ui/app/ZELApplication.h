@@ -11,6 +11,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
 
 namespace zel {
 
@@ -26,6 +27,9 @@ class ZELApplication : public Gtk::Application {
     // Not owned; must outlive the run.
     void setDelegate(AppDelegate* delegate) { delegate_ = delegate; }
     AppDelegate* delegate() const { return delegate_; }
+    // A folder of icon themes added to the toolkit's search path, so the application icon is found wherever
+    // the program is installed (a staging folder, a prefix the desktop does not search, the build tree).
+    void setIconSearchPath(std::filesystem::path folder) { iconSearchPath_ = std::move(folder); }
 
     void showHelp();
     void showFeedbackWindow();
@@ -37,6 +41,8 @@ class ZELApplication : public Gtk::Application {
     void on_window_added(Gtk::Window* window) override;
 
   private:
+    // The application icon for every window, and the X11 class the desktop entry names.
+    void useApplicationIdentity();
     void updateActive();
     // The event filter for key events of our own windows: while the global media-key tap is not in use, media
     // keys go to the delegate's media-key handler, and always on to the window.
@@ -44,6 +50,7 @@ class ZELApplication : public Gtk::Application {
 
     const ZELSettings& settings_;
     AppDelegate* delegate_ = nullptr;
+    std::filesystem::path iconSearchPath_;
     bool launched_ = false;
     bool active_ = false;
     ZELMediaKeyDecoder windowMediaKeys_;
