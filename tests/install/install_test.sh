@@ -1,0 +1,134 @@
+#!/usr/bin/env bash
+# Installs the build into a staging folder (DESTDIR) and checks what a desktop gets: the files in their places,
+# the validators' word on the desktop entry and metainfo, and the installed program itself under the test
+# display. Started with no options by D-Bus activation, as a desktop does, it serves the web app from its share
+# folder, its window carries the application id as X11 class and the icon, its media controls name the desktop
+# entry, and the entry's quit action ends it; started by name, a page's notification goes out under the
+# application's name.
+# Usage (under tests/support/with-display.sh): install_test.sh BUILD_DIR
+set -euo pipefail
+build=$(cd "$1" && pwd)
+here=$(cd "$(dirname "$0")" && pwd)
+id=org.ostrelle.Ostrelle
+
+stage=$(mktemp -d "${TMPDIR:-/tmp}/ostrelle-install.XXXXXX")
+pids=()
+cleanup() {
+    for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
+    rm -rf "$stage"
+}
+trap cleanup EXIT
+fail() {
+    echo "FAIL: $*" >&2
+    exit 1
+}
+# wait_for SECONDS COMMAND...: polls COMMAND every 0.2 s until it succeeds.
+wait_for() {
+    local deadline=$((SECONDS + $1))
+    shift
+    until "$@"; do
+        [ "$SECONDS" -lt "$deadline" ] || return 1
+        sleep 0.2
+    done
+}
+
+DESTDIR="$stage/root" cmake --install "$build" --prefix /usr >"$stage/install.log"
+usr="$stage/root/usr"
+[ "$(ls "$stage/root")" = usr ] || fail "files installed outside the prefix: $(ls "$stage/root")"
+for file in bin/ostrelle bin/ostrelle-publish bin/ostrelle-devserver share/ostrelle/www/index.html \
+    share/ostrelle/cache_version share/applications/$id.desktop share/metainfo/$id.metainfo.xml \
+    share/icons/hicolor/scalable/apps/$id.svg share/icons/hicolor/symbolic/apps/$id-symbolic.svg \
+    share/man/man1/ostrelle.1; do
+    [ -s "$usr/$file" ] || fail "not installed: $file"
+done
+for size in 16 24 32 48 64 128 256 512; do
+    file "$usr/share/icons/hicolor/${size}x${size}/apps/$id.png" | grep -q "PNG image data, $size x $size," ||
+        fail "no ${size}px icon"
+done
+grep -q '^\.SH ENVIRONMENT' "$usr/share/man/man1/ostrelle.1" || fail "the man page lacks its ENVIRONMENT section"
+desktop-file-validate "$usr/share/applications/$id.desktop" || fail "desktop-file-validate"
+appstreamcli validate --no-net "$usr/share/metainfo/$id.metainfo.xml" || fail "appstreamcli validate"
+
+# The user's folders live in the staging folder too.
+export HOME="$stage/home" XDG_DATA_HOME="$stage/home/data" XDG_CONFIG_HOME="$stage/home/config"
+export PATH="$usr/bin:$PATH"
+mkdir -p "$HOME" "$stage/services"
+
+# A session bus of our own that activates the installed service as the desktop would, except that the
+# program is the staged one and its output goes to a log.
+service=$usr/share/dbus-1/services/$id.service
+grep -qx "Exec=/usr/bin/ostrelle --gapplication-service" "$service" || fail "service: $(cat "$service")"
+sed "s|^Exec=.*|Exec=/bin/sh -c 'exec $usr/bin/ostrelle --gapplication-service >$stage/run.log 2>\\&1'|" \
+    "$service" >"$stage/services/$id.service"
+cat >"$stage/bus.conf" <<CONF
+<busconfig><type>session</type><listen>unix:tmpdir=/tmp</listen><auth>EXTERNAL</auth>
+<servicedir>$stage/services</servicedir>
+<policy context="default"><allow send_destination="*"/><allow receive_sender="*"/><allow own="*"/></policy>
+</busconfig>
+CONF
+dbus-daemon --config-file="$stage/bus.conf" --fork --syslog-only --print-address=3 --print-pid=4 \
+    3>"$stage/bus.address" 4>"$stage/bus.pid"
+pids+=("$(cat "$stage/bus.pid")")
+DBUS_SESSION_BUS_ADDRESS=$(cat "$stage/bus.address")
+export DBUS_SESSION_BUS_ADDRESS
+
+/usr/bin/python3 "$here/notification-server.py" "$stage/notifications" &
+pids+=($!)
+owned() {
+    gdbus call --session --dest org.freedesktop.DBus --object-path /org/freedesktop/DBus \
+        --method org.freedesktop.DBus.NameHasOwner "$1" 2>/dev/null | grep -q true
+}
+wait_for 20 owned org.freedesktop.Notifications || fail "the notification server did not start"
+
+ended() {
+    local state
+    state=$(ps -o stat= -p "$program") || return 0
+    [[ $state == Z* ]]
+}
+# quit_program: the desktop entry's quit action, run as a desktop would; the program must end.
+quit_program() {
+    local action
+    action=$(sed -n '/^\[Desktop Action quit\]/,/^\[/s/^Exec=//p' "$usr/share/applications/$id.desktop")
+    $action || fail "the quit action failed: $action"
+    wait_for 20 ended || fail "the program did not quit on the quit action"
+}
+
+# The desktop starts the entry by activating the application on the bus.
+gdbus call --session --dest $id --object-path /${id//./\/} --method org.freedesktop.Application.Activate '{}' \
+    >/dev/null || fail "activation failed: $(cat "$stage/run.log")"
+program=$(gdbus call --session --dest org.freedesktop.DBus --object-path /org/freedesktop/DBus \
+    --method org.freedesktop.DBus.GetConnectionUnixProcessID $id | sed 's/.*uint32 \([0-9]*\).*/\1/')
+pids+=("$program")
+served() { grep -q "getLocalData .*$usr/share/ostrelle/www/" "$stage/run.log"; }
+wait_for 60 served || { cat "$stage/run.log"; fail "the installed web app was not served"; }
+grep -q awakeFromNib "$stage/run.log" || fail "no awakeFromNib"
+window=""
+found_window() { window=$(xdotool search --onlyvisible --pid "$program" 2>/dev/null | head -n 1) && [ -n "$window" ]; }
+wait_for 20 found_window || fail "no window"
+xprop -id "$window" WM_CLASS | grep -qx "WM_CLASS(STRING) = \"$id\", \"$id\"" ||
+    fail "window class: $(xprop -id "$window" WM_CLASS)"
+xprop -id "$window" _NET_WM_ICON | grep -q "Icon (" || fail "the window has no icon"
+gdbus call --session --dest org.mpris.MediaPlayer2.ostrelle --object-path /org/mpris/MediaPlayer2 \
+    --method org.freedesktop.DBus.Properties.Get org.mpris.MediaPlayer2 DesktopEntry | grep -q "'$id'" ||
+    fail "the media controls do not name the desktop entry"
+quit_program
+
+# Pages may ask to notify only on a user's gesture: the page is one button, clicked.
+cat >"$stage/notify.html" <<'HTML'
+<!DOCTYPE html><title>notify</title><button style="position:fixed; inset:0"
+  onclick="Notification.requestPermission().then(() => new Notification('Now playing'))">notify</button>
+HTML
+# Started by name, as the entry's Exec line does.
+ostrelle --start-page "file://$stage/notify.html" >"$stage/notify.log" 2>&1 &
+program=$!
+pids+=("$program")
+wait_for 20 found_window || fail "no window"
+sleep 1
+xdotool mousemove --window "$window" 200 200 click 1
+notified() { [ -s "$stage/notifications" ]; }
+wait_for 30 notified || { cat "$stage/notify.log"; fail "no notification"; }
+# The application's name, and the desktop entry that shows its icon.
+grep -qx "Ostrelle	Now playing	$id" "$stage/notifications" || fail "notification: $(cat "$stage/notifications")"
+quit_program
+wait "$program" || fail "the program exited with status $?"
+echo "install test passed"
