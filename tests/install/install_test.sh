@@ -38,14 +38,14 @@ usr="$stage/root/usr"
 for file in bin/ostrelle bin/ostrelle-publish bin/ostrelle-devserver share/ostrelle/www/index.html \
     share/ostrelle/cache_version share/applications/$id.desktop share/metainfo/$id.metainfo.xml \
     share/icons/hicolor/scalable/apps/$id.svg share/icons/hicolor/symbolic/apps/$id-symbolic.svg \
-    share/man/man1/ostrelle.1; do
+    share/man/man1/ostrelle.1.gz; do
     [ -s "$usr/$file" ] || fail "not installed: $file"
 done
 for size in 16 24 32 48 64 128 256 512; do
     file "$usr/share/icons/hicolor/${size}x${size}/apps/$id.png" | grep -q "PNG image data, $size x $size," ||
         fail "no ${size}px icon"
 done
-grep -q '^\.SH ENVIRONMENT' "$usr/share/man/man1/ostrelle.1" || fail "the man page lacks its ENVIRONMENT section"
+zgrep -q '^\.SH ENVIRONMENT' "$usr/share/man/man1/ostrelle.1.gz" || fail "the man page lacks its ENVIRONMENT section"
 desktop-file-validate "$usr/share/applications/$id.desktop" || fail "desktop-file-validate"
 appstreamcli validate --no-net "$usr/share/metainfo/$id.metainfo.xml" || fail "appstreamcli validate"
 
@@ -107,7 +107,9 @@ found_window() { window=$(xdotool search --onlyvisible --pid "$program" 2>/dev/n
 wait_for 20 found_window || fail "no window"
 xprop -id "$window" WM_CLASS | grep -qx "WM_CLASS(STRING) = \"$id\", \"$id\"" ||
     fail "window class: $(xprop -id "$window" WM_CLASS)"
-xprop -id "$window" _NET_WM_ICON | grep -q "Icon (" || fail "the window has no icon"
+# Read whole: grep -q would end the long listing early, and pipefail would take that as a failure.
+icons=$(xprop -id "$window" _NET_WM_ICON)
+[[ $icons == *"Icon ("* ]] || fail "the window has no icon"
 gdbus call --session --dest org.mpris.MediaPlayer2.ostrelle --object-path /org/mpris/MediaPlayer2 \
     --method org.freedesktop.DBus.Properties.Get org.mpris.MediaPlayer2 DesktopEntry | grep -q "'$id'" ||
     fail "the media controls do not name the desktop entry"
@@ -123,10 +125,13 @@ ostrelle --start-page "file://$stage/notify.html" >"$stage/notify.log" 2>&1 &
 program=$!
 pids+=("$program")
 wait_for 20 found_window || fail "no window"
-sleep 1
-xdotool mousemove --window "$window" 200 200 click 1
-notified() { [ -s "$stage/notifications" ]; }
-wait_for 30 notified || { cat "$stage/notify.log"; fail "no notification"; }
+# Clicked until it notifies: a click before the page has loaded reaches no button.
+click_notifies() {
+    xdotool mousemove --window "$window" 200 200 click 1
+    sleep 0.5
+    [ -s "$stage/notifications" ]
+}
+wait_for 60 click_notifies || { cat "$stage/notify.log"; fail "no notification"; }
 # The application's name, and the desktop entry that shows its icon.
 grep -qx "Ostrelle	Now playing	$id" "$stage/notifications" || fail "notification: $(cat "$stage/notifications")"
 quit_program
