@@ -58,7 +58,7 @@ int main() {
     TempDir home("ostrelle-bench");
     for (const char* dir : {"data", "cache", "config"})
         std::filesystem::create_directories(home.path() + "/" + dir);
-    const std::string start = "ostrelle://static.ostrelle.example/player/mac/www/index.html?case=bench";
+    const std::string start = "http://static.ostrelle.example/player/mac/www/index.html?case=bench";
     Process app(OSTRELLE_PROGRAM, {"--console-log", "--bundle", OSTRELLE_MENU_BUNDLE, "--start-page", start},
                 {{"XDG_DATA_HOME", home.path() + "/data"},
                  {"XDG_CACHE_HOME", home.path() + "/cache"},

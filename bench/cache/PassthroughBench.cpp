@@ -64,7 +64,7 @@ Peak runPage(const std::filesystem::path& root, const std::string& host, const s
     std::filesystem::remove_all(data);
     Child app({OSTRELLE_PROGRAM, "--console-log", "--bundle", (root / "bundle").string(),
                "--static-file-host", host, "--config-base-url", "http://" + host + "/player/mac/config",
-               "--start-page", "ostrelle://" + host + "/player/mac/www/index.html?file=" + file},
+               "--start-page", "http://" + host + "/player/mac/www/index.html?file=" + file},
               {{"XDG_DATA_HOME", data.string()}});
     Peak peak;
     std::thread sampler([&] {

@@ -33,7 +33,7 @@ std::filesystem::path testBundle() {
 }
 
 std::string webAppURL(const std::string& page, const std::string& query, const std::string& host) {
-    return "ostrelle://" + host + "/player/mac/www/" + page + (query.empty() ? "" : "?") + query;
+    return "http://" + host + "/player/mac/www/" + page + (query.empty() ? "" : "?") + query;
 }
 
 std::optional<std::string> nativeLogText(const OutputLine& line, pid_t pid) {
@@ -97,10 +97,22 @@ Process& ShellTest::launchWithArgs(const std::vector<std::string>& args) {
     return *app_;
 }
 
+Process& ShellTest::relaunchWithArgs(const std::vector<std::string>& args) {
+    app_->stop();
+    if (!waitUntil([] { return !busNameHasOwner(kApplicationId); }))
+        throw WaitTimeout("the program's bus name is still taken after it ended");
+    return launchWithArgs(args);
+}
+
 Process& ShellTest::launch(const std::string& testCase, const std::vector<std::string>& extraArgs,
                            const std::string& moreQuery) {
     const std::string query = "case=" + testCase + (moreQuery.empty() ? "" : "&" + moreQuery);
-    std::vector<std::string> args{"--console-log", "--bundle", bundle_.string(), "--start-page",
+    std::vector<std::string> args{"--console-log",
+                                  "--bundle",
+                                  bundle_.string(),
+                                  "--static-file-host",
+                                  pageHost_,
+                                  "--start-page",
                                   webAppURL("index.html", query, pageHost_)};
     args.insert(args.end(), extraArgs.begin(), extraArgs.end());
     return launchWithArgs(args);

@@ -42,6 +42,8 @@ class ShellTest : public testing::Test {
                     const std::string& moreQuery = {});
     // Starts the program with exactly these arguments, in this test's environment.
     Process& launchWithArgs(const std::vector<std::string>& args);
+    // Stops the running program, waits until its instance is gone from the bus, and starts it again.
+    Process& relaunchWithArgs(const std::vector<std::string>& args);
     Process& app() { return *app_; }
 
     // The next report with this tag at or after line `from`; WaitTimeout when none comes.

@@ -38,28 +38,63 @@ bool isWithin(const std::filesystem::path& inner, const std::filesystem::path& o
     return true;
 }
 
+// Scheme and authority of an address, lower-cased, an explicit default port dropped; nullopt for an address
+// without an authority or with credentials in it.
+std::optional<std::pair<std::string, std::string>> originParts(std::string_view url) {
+    const std::string scheme = schemeOf(url);
+    if (scheme.empty() || url.substr(scheme.size(), 3) != "://") return std::nullopt;
+    std::string_view rest = url.substr(scheme.size() + 3);
+    rest = rest.substr(0, rest.find_first_of("/?#"));
+    if (rest.find('@') != std::string_view::npos) return std::nullopt;
+    std::string authority = lowercase(rest);
+    const std::string defaultPort = scheme == "https" ? ":443" : scheme == "http" ? ":80" : "";
+    if (!defaultPort.empty() && authority.ends_with(defaultPort)) {
+        authority.resize(authority.size() - defaultPort.size());
+    }
+    return std::make_pair(scheme, authority);
+}
+
 }  // namespace
 
 std::string startPageURL(const std::string& staticFileHost) {
-    return std::string(kScheme) + "://" + staticFileHost + std::string(kWebAppPathPrefix) + "/index.html";
+    return webAppOrigin(staticFileHost) + std::string(kWebAppPathPrefix) + "/index.html";
+}
+
+std::string webAppOrigin(const std::string& staticFileHost) {
+    return "http://" + staticFileHost;
+}
+
+bool hasOrigin(std::string_view url, std::string_view origin) {
+    const auto a = originParts(url);
+    const auto b = originParts(origin);
+    return a && b && !a->second.empty() && *a == *b;
+}
+
+std::string normalizedOrigin(std::string_view url) {
+    const auto parts = originParts(url);
+    return parts ? parts->first + "://" + parts->second : std::string();
+}
+
+std::string hostPattern(std::string_view url) {
+    const auto parts = originParts(url);
+    if (!parts) return {};
+    const std::string& authority = parts->second;
+    const std::size_t colon = authority.rfind(':');
+    const bool hasPort = colon != std::string::npos && authority.find(']', colon) == std::string::npos;
+    return parts->first + "://" + (hasPort ? authority.substr(0, colon) : authority) + "/*";
 }
 
 bool belongsToWebApp(std::string_view url) {
     return url.find(kWebAppPathPrefix) != std::string_view::npos || schemeOf(url) == "file";
 }
 
-bool isInAppNavigation(std::string_view url) {
-    // Decided by the scheme alone: an http(s) page, even one whose address mentions the web app's folder,
-    // belongs in the user's browser.
-    static constexpr std::array<std::string_view, 5> kInAppSchemes = {kScheme, "file", "about", "data",
-                                                                      "blob"};
+bool isInAppNavigation(std::string_view url, std::string_view webAppOrigin) {
+    // An http(s) page of another origin, even one whose address mentions the web app's folder, belongs in the
+    // user's browser.
+    static constexpr std::array<std::string_view, 4> kInAppSchemes = {"file", "about", "data", "blob"};
     const std::string scheme = schemeOf(url);
-    return std::find(kInAppSchemes.begin(), kInAppSchemes.end(), scheme) != kInAppSchemes.end();
-}
-
-std::string networkAddress(std::string_view url) {
-    if (schemeOf(url) != kScheme) return std::string(url);
-    return "http" + std::string(url.substr(kScheme.size()));
+    return hasOrigin(url, webAppOrigin) ||
+           std::find(kInAppSchemes.begin(), kInAppSchemes.end(), scheme) != kInAppSchemes.end();
 }
 
 std::optional<std::filesystem::path> resolveInside(const std::filesystem::path& root,

@@ -46,6 +46,7 @@ MainViewController::MainViewController(Gtk::Application& application, const Laun
 
     webViewDelegate_ = std::make_unique<ZELWebViewDelegate>();
     webViewDelegate_->setCacheController(cacheController_.get());
+    webViewDelegate_->setWebAppOrigin(web::webAppOrigin(options.settings.staticFileHost));
 
     mainWindow_ = std::make_unique<ZELMainWindow>(kMainWidth, kMainHeight);
     mainWindow_->setZelMainWindowDelegate(this);
@@ -55,6 +56,7 @@ MainViewController::MainViewController(Gtk::Application& application, const Laun
 
     ZELWebViewOptions webOptions;
     webOptions.dataDirectory = ZELEnv::workingDirectory();
+    webOptions.webAppOrigin = web::webAppOrigin(options.settings.staticFileHost);
     webOptions.developerExtras = options.inspector;
     webOptions.automation = options.automation;
     webOptions.consoleMessages = options.consoleLog;
@@ -99,8 +101,13 @@ MainViewController::MainViewController(Gtk::Application& application, const Laun
 MainViewController::~MainViewController() = default;
 
 void MainViewController::registerURLProtocol() {
-    schemeHandler_ = std::make_unique<WebAppSchemeHandler>(*webViewDelegate_);
-    schemeHandler_->registerWith(webView_->context());
+    webProxy_ = std::make_unique<platform::ZELWebProxy>(
+        *webViewDelegate_, [this](const std::string& url) { return webViewDelegate_->willSendRequest(url); });
+    // Without the proxy the web view still works as a browser, only without the local copy of the web app.
+    if (!webProxy_->listen()) return;
+    zelLog("web proxy listening on %@", webProxy_->uri());
+    webViewDelegate_->setProxyCredentials(webProxy_->port(), webProxy_->user(), webProxy_->secret());
+    webView_->useProxy(webProxy_->uri());
 }
 
 void MainViewController::didReady() {

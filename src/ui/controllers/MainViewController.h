@@ -16,8 +16,8 @@
 #include "core/plugins/ZELMenuPlugin.h"
 #include "core/plugins/ZELUserInfoPlugin.h"
 #include "core/plugins/ZELUserLoginPlugin.h"
+#include "platform/net/ZELWebProxy.h"
 #include "ui/menu/ZELMenuController.h"
-#include "ui/web/WebAppSchemeHandler.h"
 #include "ui/web/ZELWebView.h"
 #include "ui/web/ZELWebViewDelegate.h"
 #include "ui/windows/ZELFeedbackWindow.h"
@@ -45,7 +45,8 @@ class MainViewController : public ZELMainWindowDelegate,
     MainViewController(Gtk::Application& application, const LaunchOptions& options, const ZELBundle& bundle);
     ~MainViewController() override;
 
-    // Registers the web app's URI scheme with the web view; before didReady.
+    // Starts the web view's proxy, through which the hash-map URL protocol answers the web app's requests;
+    // before didReady.
     void registerURLProtocol();
     void didReady();
     void awakeFromNib();
@@ -126,7 +127,7 @@ class MainViewController : public ZELMainWindowDelegate,
     std::unique_ptr<ZELCacheController> cacheController_;
     std::unique_ptr<ZELWebViewDelegate> webViewDelegate_;
     std::unique_ptr<ZELWebView> webView_;
-    std::unique_ptr<WebAppSchemeHandler> schemeHandler_;
+    std::unique_ptr<platform::ZELWebProxy> webProxy_;
     // Commands hold the controller weakly, so it is shared.
     std::shared_ptr<ZELPluginController> pluginController_;
     std::unique_ptr<ZELMenuController> menuController_;

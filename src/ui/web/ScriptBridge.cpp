@@ -10,10 +10,13 @@
 namespace zel {
 namespace {
 
-// Installed at document start in every web app frame. @PREFIX@ is replaced by the bridge's marker, which
-// holds only the characters [a-z0-9:], so the substitution cannot change the script's structure.
+// Installed at document start in every frame of the web app's host and in file pages. @PREFIX@ is replaced
+// by the bridge's marker, which holds only the characters [a-z0-9:]; @ORIGIN@ by the web app's origin as JSON
+// text, so neither substitution can change the script's structure. URL patterns cannot name a port, so the
+// script itself checks the whole origin.
 constexpr const char* kBridgeScript = R"JS((function () {
   'use strict';
+  if (location.protocol !== 'file:' && location.origin !== @ORIGIN@) return;
   const PREFIX = '@PREFIX@';
   const nativePrompt = window.prompt;
   const apply = Reflect.apply;
@@ -88,13 +91,15 @@ Value callsToValue(const std::vector<std::pair<std::string, ArgList>>& calls) {
 
 ScriptBridge::ScriptBridge() : prefix_(makePrefix()) {}
 
-void ScriptBridge::install(WebKitUserContentManager* contentManager) const {
+void ScriptBridge::install(WebKitUserContentManager* contentManager, const std::string& webAppOrigin) const {
     std::string source = kBridgeScript;
-    const std::string marker = "@PREFIX@";
-    source.replace(source.find(marker), marker.size(), prefix_);
-
-    const std::string scheme = std::string(web::kScheme) + "://*/*";
-    const char* allow[] = {scheme.c_str(), "file:///*", nullptr};
+    for (const auto& [marker, value] :
+         {std::pair<std::string, std::string>{"@PREFIX@", prefix_},
+          {"@ORIGIN@", json::transportJSON(Value(web::normalizedOrigin(webAppOrigin)))}}) {
+        source.replace(source.find(marker), marker.size(), value);
+    }
+    const std::string pattern = web::hostPattern(webAppOrigin);
+    const char* allow[] = {pattern.c_str(), "file:///*", nullptr};
     WebKitUserScript* script =
         webkit_user_script_new(source.c_str(), WEBKIT_USER_CONTENT_INJECT_ALL_FRAMES,
                                WEBKIT_USER_SCRIPT_INJECT_AT_DOCUMENT_START, allow, nullptr);

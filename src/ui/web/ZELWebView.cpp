@@ -8,6 +8,10 @@ ZELWebView::ZELWebView(const ZELWebViewOptions& options) {
     // The HTTP cache gets a folder of its own so it never meets the web app cache in the same directory.
     const std::string cache = (options.dataDirectory / "WebKitCache").string();
     session_ = webkit_network_session_new(data.c_str(), cache.c_str());
+    // A signed-in session of the web app outlives the program, as it would in a browser.
+    const std::string cookies = (options.dataDirectory / "cookies.sqlite").string();
+    webkit_cookie_manager_set_persistent_storage(webkit_network_session_get_cookie_manager(session_),
+                                                 cookies.c_str(), WEBKIT_COOKIE_PERSISTENT_STORAGE_SQLITE);
 
     WebKitSettings* settings = webkit_settings_new();
     webkit_settings_set_user_agent(settings, "Ostrelle/0.1");
@@ -16,7 +20,7 @@ ZELWebView::ZELWebView(const ZELWebViewOptions& options) {
     webkit_settings_set_javascript_can_open_windows_automatically(settings, FALSE);
 
     WebKitUserContentManager* content = webkit_user_content_manager_new();
-    bridge_.install(content);
+    bridge_.install(content, options.webAppOrigin);
 
     if (options.automation) webkit_web_context_set_automation_allowed(context_, TRUE);
 
@@ -37,6 +41,13 @@ ZELWebView::~ZELWebView() {
     g_object_unref(view_);
     g_object_unref(session_);
     g_object_unref(context_);
+}
+
+void ZELWebView::useProxy(const std::string& proxyURI) {
+    WebKitNetworkProxySettings* proxy = webkit_network_proxy_settings_new(nullptr, nullptr);
+    webkit_network_proxy_settings_add_proxy_for_scheme(proxy, "http", proxyURI.c_str());
+    webkit_network_session_set_proxy_settings(session_, WEBKIT_NETWORK_PROXY_MODE_CUSTOM, proxy);
+    webkit_network_proxy_settings_free(proxy);
 }
 
 void ZELWebView::loadURI(const std::string& uri) {

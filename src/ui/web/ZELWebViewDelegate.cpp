@@ -14,6 +14,16 @@ std::optional<std::string> ZELWebViewDelegate::realRequest(const std::string& ur
     return cacheController_ != nullptr ? cacheController_->getHashedURL(url) : url;
 }
 
+bool ZELWebViewDelegate::willSendRequest(const std::string& url) const {
+    return web::belongsToWebApp(url);
+}
+
+void ZELWebViewDelegate::setProxyCredentials(int port, std::string user, std::string secret) {
+    proxyPort_ = port;
+    proxyUser_ = std::move(user);
+    proxySecret_ = std::move(secret);
+}
+
 void ZELWebViewDelegate::attach(ZELWebView& webView, bool allowContextMenu) {
     webView_ = &webView;
     allowContextMenu_ = allowContextMenu;
@@ -23,6 +33,7 @@ void ZELWebViewDelegate::attach(ZELWebView& webView, bool allowContextMenu) {
     g_signal_connect(view, "script-dialog", G_CALLBACK(onScriptDialog), this);
     g_signal_connect(view, "context-menu", G_CALLBACK(onContextMenu), this);
     g_signal_connect(view, "permission-request", G_CALLBACK(onPermissionRequest), this);
+    g_signal_connect(view, "authenticate", G_CALLBACK(onAuthenticate), this);
     g_signal_connect(view, "web-process-terminated", G_CALLBACK(onWebProcessTerminated), this);
 }
 
@@ -39,7 +50,7 @@ gboolean ZELWebViewDelegate::onDecidePolicy(WebKitWebView*, WebKitPolicyDecision
         webkit_navigation_policy_decision_get_navigation_action(WEBKIT_NAVIGATION_POLICY_DECISION(decision));
     const char* uri = webkit_uri_request_get_uri(webkit_navigation_action_get_request(action));
     if (!uri) return FALSE;
-    const bool inApp = web::isInAppNavigation(uri);
+    const bool inApp = web::isInAppNavigation(uri, static_cast<ZELWebViewDelegate*>(self)->webAppOrigin_);
     if (type == WEBKIT_POLICY_DECISION_TYPE_NEW_WINDOW_ACTION) {
         // The program has one window; new windows are the browser's.
         webkit_policy_decision_ignore(decision);
@@ -61,16 +72,17 @@ gboolean ZELWebViewDelegate::onDecidePolicy(WebKitWebView*, WebKitPolicyDecision
 gboolean ZELWebViewDelegate::decideResponse(WebKitResponsePolicyDecision* decision) {
     if (!webkit_response_policy_decision_is_main_frame_main_resource(decision)) return FALSE;
     const char* uri = webkit_uri_request_get_uri(webkit_response_policy_decision_get_request(decision));
-    if (!uri || web::isInAppNavigation(uri) || startPage_ == uri) return FALSE;
+    if (!uri || web::isInAppNavigation(uri, webAppOrigin_) || startPage_ == uri) return FALSE;
     webkit_policy_decision_ignore(WEBKIT_POLICY_DECISION(decision));
     platform::openURL(uri);
     return TRUE;
 }
 
 // window.open asks for a new view directly, without a new-window policy decision; the answer is the same.
-GtkWidget* ZELWebViewDelegate::onCreate(WebKitWebView*, WebKitNavigationAction* action, gpointer) {
+GtkWidget* ZELWebViewDelegate::onCreate(WebKitWebView*, WebKitNavigationAction* action, gpointer self) {
     const char* uri = webkit_uri_request_get_uri(webkit_navigation_action_get_request(action));
-    if (uri && !web::isInAppNavigation(uri)) platform::openURL(uri);
+    if (uri && !web::isInAppNavigation(uri, static_cast<ZELWebViewDelegate*>(self)->webAppOrigin_))
+        platform::openURL(uri);
     return nullptr;
 }
 
@@ -83,12 +95,39 @@ gboolean ZELWebViewDelegate::onContextMenu(WebKitWebView*, WebKitContextMenu*, W
     return static_cast<ZELWebViewDelegate*>(self)->allowContextMenu_ ? FALSE : TRUE;
 }
 
-gboolean ZELWebViewDelegate::onPermissionRequest(WebKitWebView*, WebKitPermissionRequest* request, gpointer) {
+bool ZELWebViewDelegate::isWebAppPage() const {
+    const char* uri = webkit_web_view_get_uri(webView_->webView());
+    return uri != nullptr && (web::hasOrigin(uri, webAppOrigin_) || g_str_has_prefix(uri, "file:"));
+}
+
+gboolean ZELWebViewDelegate::onPermissionRequest(WebKitWebView*, WebKitPermissionRequest* request,
+                                                 gpointer self) {
     if (WEBKIT_IS_NOTIFICATION_PERMISSION_REQUEST(request)) {
+        if (!static_cast<ZELWebViewDelegate*>(self)->isWebAppPage()) {
+            webkit_permission_request_deny(request);
+            return TRUE;
+        }
         webkit_permission_request_allow(request);
         return TRUE;
     }
     return FALSE;
+}
+
+gboolean ZELWebViewDelegate::onAuthenticate(WebKitWebView*, WebKitAuthenticationRequest* request,
+                                            gpointer self) {
+    auto* delegate = static_cast<ZELWebViewDelegate*>(self);
+    // Only our own proxy gets the secret; any other challenge is the web view's usual business.
+    if (!webkit_authentication_request_is_for_proxy(request) || delegate->proxyPort_ == 0 ||
+        webkit_authentication_request_get_port(request) != static_cast<guint>(delegate->proxyPort_) ||
+        g_strcmp0(webkit_authentication_request_get_host(request), "127.0.0.1") != 0) {
+        return FALSE;
+    }
+    WebKitCredential* credential =
+        webkit_credential_new(delegate->proxyUser_.c_str(), delegate->proxySecret_.c_str(),
+                              WEBKIT_CREDENTIAL_PERSISTENCE_FOR_SESSION);
+    webkit_authentication_request_authenticate(request, credential);
+    webkit_credential_free(credential);
+    return TRUE;
 }
 
 void ZELWebViewDelegate::onWebProcessTerminated(WebKitWebView*, WebKitWebProcessTerminationReason reason,

@@ -2,10 +2,13 @@
 // nothing else.
 //
 // - Bridge prompts go to the script bridge; every other dialog is the web view's own.
-// - Navigation that would leave the web app (links, form posts, new windows and window.open) opens in the
-//   user's browser.
+// - Navigation that would leave the web app's origin (links, form posts, new windows and window.open) opens
+// in
+//   the user's browser.
+// - It marks the web app's own requests (their address contains "/player/mac/www") for the hash-map URL
+//   protocol, and answers the proxy's challenge with the proxy's credentials (never any other challenge).
 // - The web view shows no context menu of its own (unless developer extras are on, for the inspector).
-// - Web notifications are allowed.
+// - Web notifications are allowed for the web app's pages.
 // - It answers the hash-map URL protocol's questions about the web app's requests from the cache controller
 //   (given by setCacheController, not owned; without one, every request goes to the network unchanged).
 // - A crashed web process is reloaded, at most kMaxReloadsPerMinute times a minute; after that the user is
@@ -15,7 +18,7 @@
 #pragma once
 
 #include "core/cache/ZELCacheController.h"
-#include "ui/web/ZELURLProtocolDelegate.h"
+#include "core/cache/ZELURLProtocolDelegate.h"
 #include "ui/web/ZELWebView.h"
 
 #include <gtkmm.h>
@@ -39,6 +42,12 @@ class ZELWebViewDelegate : public ZELURLProtocolDelegate {
     // The page the program was told to start with stays in the view even when it is outside the web app.
     void setStartPage(std::string startPage) { startPage_ = std::move(startPage); }
     void setCacheController(ZELCacheController* cacheController) { cacheController_ = cacheController; }
+    void setWebAppOrigin(std::string origin) { webAppOrigin_ = std::move(origin); }
+    // The proxy on 127.0.0.1:port and the credentials it asks for.
+    void setProxyCredentials(int port, std::string user, std::string secret);
+
+    // Whether the request goes to the hash-map URL protocol: the web app's own files.
+    bool willSendRequest(const std::string& url) const;
 
     // ZELURLProtocolDelegate
     std::optional<std::filesystem::path> getLocalData(const std::string& url) override;
@@ -52,6 +61,8 @@ class ZELWebViewDelegate : public ZELURLProtocolDelegate {
     static gboolean onScriptDialog(WebKitWebView*, WebKitScriptDialog*, gpointer self);
     static gboolean onContextMenu(WebKitWebView*, WebKitContextMenu*, WebKitHitTestResult*, gpointer self);
     static gboolean onPermissionRequest(WebKitWebView*, WebKitPermissionRequest*, gpointer self);
+    static gboolean onAuthenticate(WebKitWebView*, WebKitAuthenticationRequest*, gpointer self);
+    bool isWebAppPage() const;
     static void onWebProcessTerminated(WebKitWebView*, WebKitWebProcessTerminationReason, gpointer self);
 
     void webProcessTerminated(WebKitWebProcessTerminationReason reason);
@@ -62,6 +73,9 @@ class ZELWebViewDelegate : public ZELURLProtocolDelegate {
     ZELCacheController* cacheController_ = nullptr;
     bool allowContextMenu_ = false;
     std::string startPage_;
+    std::string webAppOrigin_;
+    int proxyPort_ = 0;
+    std::string proxyUser_, proxySecret_;
     std::deque<std::chrono::steady_clock::time_point> reloads_;
     std::unique_ptr<Gtk::MessageDialog> crashDialog_;
 };

@@ -9,21 +9,22 @@ namespace zel::web {
 namespace {
 
 TEST(WebAppAddressTest, Addresses) {
-    EXPECT_EQ(startPageURL("h.example:81"), "ostrelle://h.example:81/player/mac/www/index.html");
+    EXPECT_EQ(startPageURL("h.example:81"), "http://h.example:81/player/mac/www/index.html");
     EXPECT_TRUE(belongsToWebApp("http://x/?next=/player/mac/www"));
     EXPECT_TRUE(belongsToWebApp("FILE:///tmp/a.png"));
     EXPECT_FALSE(belongsToWebApp("http://x/player/mac/ww/a.js"));
-    EXPECT_EQ(networkAddress("ostrelle://h:81/player/mac/www/a.js?v=1"),
-              "http://h:81/player/mac/www/a.js?v=1");
-    EXPECT_EQ(networkAddress("https://h/a"), "https://h/a");
-    for (const char* url : {"ostrelle://h/player/mac/www/index.html", "file:///a", "about:blank", "data:,x",
-                            "blob:ostrelle://h/1"}) {
-        EXPECT_TRUE(isInAppNavigation(url)) << url;
+    const std::string origin = webAppOrigin("H.example:81");
+    for (const char* url : {"http://h.example:81/player/mac/www/index.html", "HTTP://H.EXAMPLE:81?x",
+                            "file:///a", "about:blank", "data:,x", "blob:http://h.example:81/1"}) {
+        EXPECT_TRUE(isInAppNavigation(url, origin)) << url;
     }
-    for (const char* url :
-         {"https://account.example/v2/?reg", "http://h/player/mac/www/x", "javascript:1", "x"}) {
-        EXPECT_FALSE(isInAppNavigation(url)) << url;
+    for (const char* url : {"https://h.example:81/", "http://h.example/", "http://h.example:810/",
+                            "http://h.example:81.evil/", "http://u@h.example:81/", "javascript:1", "x"}) {
+        EXPECT_FALSE(isInAppNavigation(url, origin)) << url;
     }
+    EXPECT_TRUE(hasOrigin("http://h/a", "http://H:80"));
+    EXPECT_EQ(normalizedOrigin("http://H.Example:80/x"), "http://h.example");
+    EXPECT_EQ(hostPattern("http://127.0.0.1:8080"), "http://127.0.0.1/*");
 }
 
 TEST(WebAppAddressTest, ResolveInsideStaysInTheRealFolder) {

@@ -49,7 +49,7 @@
     } else if (testCase === 'cancel') {
       // A file from a server that never answers; a click takes the page elsewhere while it waits.
       const script = document.createElement('script');
-      script.src = `ostrelle://${new URLSearchParams(location.search).get('stall')}/player/mac/www/stall.js`;
+      script.src = `http://${new URLSearchParams(location.search).get('stall')}/player/mac/www/stall.js`;
       document.head.append(script);
       document.addEventListener('mousedown', () => { location.href = 'index.html?case=after'; });
       report('waiting', {});

@@ -1,0 +1,134 @@
+#include "platform/net/ZELWebProxy.h"
+
+#include "core/log/ZELLog.h"
+#include "platform/net/ZELURLHashMapProtocol.h"
+
+#include <random>
+#include <string>
+#include <utility>
+
+namespace zel::platform {
+namespace {
+
+std::string makeSecret() {
+    std::random_device rd;
+    std::uniform_int_distribution<unsigned> digit(0, 15);
+    std::string token;
+    for (int i = 0; i < 32; ++i) token.push_back("0123456789abcdef"[digit(rd)]);
+    return token;
+}
+
+std::string uriText(GUri* uri) {
+    char* text = g_uri_to_string(uri);
+    std::string result = text != nullptr ? text : "";
+    g_free(text);
+    return result;
+}
+
+bool isUpgrade(SoupServerMessage* msg) {
+    SoupMessageHeaders* headers = soup_server_message_get_request_headers(msg);
+    return soup_message_headers_header_contains(headers, "Connection", "Upgrade") &&
+           soup_message_headers_get_one(headers, "Upgrade") != nullptr;
+}
+
+}  // namespace
+
+ZELWebProxy::ZELWebProxy(ZELURLProtocolDelegate& delegate, Marker marks)
+    : delegate_(delegate), marks_(std::move(marks)), secret_(makeSecret()) {
+    server_.reset(soup_server_new(nullptr, nullptr));
+    // Like a browser's own connections: as many per host as a page opens, no time limit of the session's own
+    // (long polls and streams are the page's business), idle connections closed after a minute.
+    session_.reset(soup_session_new_with_options("max-conns", 64, "max-conns-per-host", 16, "timeout", 0u,
+                                                 "idle-timeout", 60u, nullptr));
+    soup_session_remove_feature_by_type(session_.get(), SOUP_TYPE_AUTH_MANAGER);
+    soup_session_remove_feature_by_type(session_.get(), SOUP_TYPE_CONTENT_DECODER);
+
+    soup_server_add_handler(server_.get(), nullptr, &ZELWebProxy::handle, this, nullptr);
+    SoupAuthDomain* domain = soup_auth_domain_basic_new("realm", "Ostrelle", "proxy", TRUE, nullptr);
+    soup_auth_domain_basic_set_auth_callback(
+        domain,
+        [](SoupAuthDomain*, SoupServerMessage*, const char* user, const char* password,
+           gpointer self) -> gboolean {
+            auto* proxy = static_cast<ZELWebProxy*>(self);
+            return user != nullptr && password != nullptr && proxy->user_ == user &&
+                   proxy->secret_ == password;
+        },
+        this, nullptr);
+    soup_server_add_auth_domain(server_.get(), domain);
+    g_object_unref(domain);
+}
+
+ZELWebProxy::~ZELWebProxy() {
+    running_.clear();
+    soup_server_disconnect(server_.get());
+    soup_session_abort(session_.get());
+}
+
+bool ZELWebProxy::listen() {
+    GError* error = nullptr;
+    if (!soup_server_listen_local(server_.get(), 0, SOUP_SERVER_LISTEN_IPV4_ONLY, &error)) {
+        zelLog("web proxy: cannot listen on loopback: %@", error->message);
+        g_error_free(error);
+        return false;
+    }
+    GSList* uris = soup_server_get_uris(server_.get());
+    if (uris != nullptr) port_ = static_cast<std::uint16_t>(g_uri_get_port(static_cast<GUri*>(uris->data)));
+    g_slist_free_full(uris, reinterpret_cast<GDestroyNotify>(g_uri_unref));
+    return port_ != 0;
+}
+
+std::string ZELWebProxy::uri() const {
+    return "http://127.0.0.1:" + std::to_string(port_);
+}
+
+void ZELWebProxy::handle(SoupServer*, SoupServerMessage* msg, const char*, GHashTable*, gpointer self) {
+    static_cast<ZELWebProxy*>(self)->dispatch(msg);
+}
+
+bool ZELWebProxy::isOwnAddress(GUri* uri) const {
+    const char* host = g_uri_get_host(uri);
+    if (host == nullptr) return true;
+    return g_uri_get_port(uri) == port_ &&
+           (g_strcmp0(host, "127.0.0.1") == 0 || g_ascii_strcasecmp(host, "localhost") == 0);
+}
+
+void ZELWebProxy::dispatch(SoupServerMessage* msg) {
+    GUri* uri = soup_server_message_get_uri(msg);
+    // A request in origin form names the proxy itself: it is not for forwarding (and would loop).
+    if (isOwnAddress(uri)) {
+        soup_server_message_set_status(msg, SOUP_STATUS_BAD_REQUEST, nullptr);
+        return;
+    }
+    const char* method = soup_server_message_get_method(msg);
+    if (method == SOUP_METHOD_CONNECT || isUpgrade(msg)) {
+        run(std::make_unique<ZELProxyTunnel>(msg, [this](ZELProxyTunnel* t) { ended(t); }));
+        return;
+    }
+    const std::string url = uriText(uri);
+    if ((method == SOUP_METHOD_GET || method == SOUP_METHOD_HEAD) && marks_(url)) {
+        ZELURLHashMapProtocol protocol(
+            msg, url, &delegate_,
+            [this](SoupServerMessage* m, const std::string& real) { startNetwork(m, real); },
+            [this](SoupServerMessage* m, GInputStream* body, gint64 length) { startFile(m, body, length); });
+        protocol.startLoading();
+        return;
+    }
+    run(ZELProxyTransfer::forward(session_.get(), msg, [this](ZELProxyTransfer* t) { ended(t); }));
+}
+
+void ZELWebProxy::startNetwork(SoupServerMessage* msg, const std::string& url) {
+    if (auto transfer =
+            ZELProxyTransfer::plainGet(session_.get(), msg, url, [this](ZELProxyTransfer* t) { ended(t); })) {
+        run(std::move(transfer));
+    }
+}
+
+void ZELWebProxy::startFile(SoupServerMessage* msg, GInputStream* body, gint64 length) {
+    soup_server_message_pause(msg);
+    auto key = std::make_shared<const void*>(nullptr);
+    auto pump = std::make_unique<ZELBodyPump>(msg, body, length, [this, key](bool) { ended(*key); });
+    *key = pump.get();
+    run(std::move(pump));
+}
+
+}  // namespace zel::platform
