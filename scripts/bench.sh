@@ -2,7 +2,9 @@
 # Builds and runs the benchmarks on a private display and session bus. They print figures and ratios against a
 # baseline measured in the same run; they assert nothing.
 #   bridge      synchronous bridge round trip; cold start to a loaded web app against MiniBrowser
-#   cache       hash-map lookups, a refresh against curl, memory while a large file passes through
+#   cache       hash-map lookups, a refresh against curl, memory while a large file passes through, main-loop
+#               stalls while a refresh is stored and a large cache cleared (disk work on the main thread vs the
+#               background disk worker)
 #   mediakeys   latency from an X key press to the web app's function
 # Usage: scripts/bench.sh [bridge|cache|mediakeys|all] [options for that benchmark...]
 set -euo pipefail

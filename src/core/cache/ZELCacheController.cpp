@@ -42,7 +42,8 @@ bool isSafeHostFolder(const std::string& host) {
 }  // namespace
 
 ZELCacheController::ZELCacheController(ZELCacheLocations locations,
-                                       std::unique_ptr<ZELDownloaderFactory> downloads)
+                                       std::unique_ptr<ZELDownloaderFactory> downloads,
+                                       std::unique_ptr<ZELDiskWorker> disk)
     : hashMapFilePath_(locations.workingDirectory / "cache_hashmap"),
       versionFilePath_(locations.workingDirectory / "cache_version"),
       resourcesDirectory_(std::move(locations.resourcesDirectory)),
@@ -50,7 +51,8 @@ ZELCacheController::ZELCacheController(ZELCacheLocations locations,
       configBaseURL_(std::move(locations.configBaseURL)),
       hostIsSafe_(isSafeHostFolder(staticFileHost_)),
       store_(locations.workingDirectory / "Cache"),
-      downloads_(downloads ? std::move(downloads) : std::make_unique<ZELDownloaderFactory>()) {
+      downloads_(downloads ? std::move(downloads) : std::make_unique<ZELDownloaderFactory>()),
+      disk_(disk ? std::move(disk) : std::make_unique<ZELDiskWorker>()) {
     if (!hostIsSafe_)
         zelLog("static file host %@ cannot name a cache folder; the cache is not used", staticFileHost_);
     Value stored = getLocalHashMap(hashMapFilePath_);
@@ -161,16 +163,22 @@ void ZELCacheController::refreshLocalCache() {
 
 void ZELCacheController::clearLocalCache() {
     zelLog("clearLocalCache");
-    store_.removeAll();
+    // Without a version file no start uses the cache, whatever the worker has done so far.
     std::error_code ec;
-    std::filesystem::remove(hashMapFilePath_, ec);
     std::filesystem::remove(versionFilePath_, ec);
+    // Behind any refresh still being stored, and the maps before the files: an interrupted clearing must not
+    // leave maps that name removed files, which a later refresh would take as already fetched.
+    disk_->run([this] {
+        std::error_code error;
+        std::filesystem::remove(hashMapFilePath_, error);
+        store_.removeAll();
+    });
 }
 
 void ZELCacheController::downloadHashMap() {
-    // No write is in progress between main-loop turns, so whatever the staging folder holds now was left by
-    // an interrupted program.
-    store_.discardStaging();
+    // The worker runs one job at a time and every write removes or renames its staging file, so whatever the
+    // staging folder holds when this job runs was left by an interrupted program.
+    disk_->run([this] { store_.discardStaging(); });
     const std::string stamp = std::to_string(absoluteTimeStamp());
     for (const std::string_view document : cache::kMapDocuments) {
         downloads_->startAsyncDownloader(configBaseURL_ + "/" + std::string(document) + "?" + stamp, *this);
@@ -226,12 +234,16 @@ std::optional<std::string> ZELCacheController::queueNextURL() {
         zelLog("refused hashed path %@", *hashed);
     }
     zelLog("finish download cache file");
-    // The maps may name only files that are already on disk.
-    store_.sync();
-    if (!putLocalHashMap(remoteHashMapDict_, hashMapFilePath_)) {
-        zelLog("could not write %@", hashMapFilePath_.string());
-    }
-    if (delegate_ != nullptr) delegate_->didFinishRefreshingWebCache();
+    // The maps may name only files that are already on disk: this job runs after every write of the refresh.
+    disk_->run(
+        [this, maps = remoteHashMapDict_] {
+            store_.sync();
+            if (!putLocalHashMap(maps, hashMapFilePath_))
+                zelLog("could not write %@", hashMapFilePath_.string());
+        },
+        [this] {
+            if (delegate_ != nullptr) delegate_->didFinishRefreshingWebCache();
+        });
     return std::nullopt;
 }
 
@@ -243,8 +255,9 @@ void ZELCacheController::dataDownloadedForURL(const std::string& data, const std
         zelLog("refused cache path for %@", url);
         return;
     }
-    const std::filesystem::path target = cacheBasePath() / staticFileHost_ / *relative;
-    if (!store_.writeFile(target, data)) zelLog("could not write %@", target.string());
+    disk_->run([this, target = cacheBasePath() / staticFileHost_ / *relative, data] {
+        if (!store_.writeFile(target, data)) zelLog("could not write %@", target.string());
+    });
 }
 
 }  // namespace zel

@@ -17,8 +17,13 @@
 // dictionary of texts, which is ignored for its kind. Files and maps are replaced atomically, and the maps
 // only after the files they name are on disk, so an interrupted program leaves a consistent cache.
 //
-// Owns its downloader factory and queue downloader; the delegate is not owned and must outlive the
-// controller. Refresh, clearing and delegate calls run on the main thread. The lookups (getHashedURL,
+// Disk work (writing the fetched files, the sync, storing the maps, removing the cache folder) goes through
+// the disk worker, in order, so that the main loop need not wait for it; the delegate hears of a refresh's
+// end only once its maps are stored. The cache version file is removed at once on clearing, so that the page
+// reads the cleared state as soon as it asks.
+//
+// Owns its downloader factory, disk worker and queue downloader; the delegate is not owned and must outlive
+// the controller. Refresh, clearing and delegate calls run on the main thread. The lookups (getHashedURL,
 // getLocalDataWithURLRequest, localFileWithURLRequest and the path operations) read only state fixed at
 // construction and may run on any thread without a lock.
 #pragma once
@@ -26,6 +31,7 @@
 #include "core/cache/ZELAsyncDownloaderDelegate.h"
 #include "core/cache/ZELCacheControllerDelegate.h"
 #include "core/cache/ZELCacheFileStore.h"
+#include "core/cache/ZELDiskWorker.h"
 #include "core/cache/ZELDownloaderFactory.h"
 #include "core/cache/ZELHashMapIndex.h"
 #include "core/cache/ZELQueueDownloader.h"
@@ -52,7 +58,9 @@ struct ZELCacheLocations {
 
 class ZELCacheController : public ZELAsyncDownloaderDelegate, public ZELQueueDownloaderDelegate {
   public:
-    ZELCacheController(ZELCacheLocations locations, std::unique_ptr<ZELDownloaderFactory> downloads);
+    // A null factory fetches nothing; a null worker does the disk work at once, on the main thread.
+    ZELCacheController(ZELCacheLocations locations, std::unique_ptr<ZELDownloaderFactory> downloads,
+                       std::unique_ptr<ZELDiskWorker> disk = nullptr);
     ~ZELCacheController() override;
     ZELCacheController(const ZELCacheController&) = delete;
     ZELCacheController& operator=(const ZELCacheController&) = delete;
@@ -121,6 +129,8 @@ class ZELCacheController : public ZELAsyncDownloaderDelegate, public ZELQueueDow
     std::unique_ptr<ZELQueueDownloader> remoteFileDownloader_;
     bool cacheOlderThanBundle_ = true;
     ZELCacheControllerDelegate* delegate_ = nullptr;
+    // Last, so that it is destroyed first: its running job may still use the store and the paths above.
+    std::unique_ptr<ZELDiskWorker> disk_;
 };
 
 }  // namespace zel

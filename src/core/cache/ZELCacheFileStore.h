@@ -7,7 +7,8 @@
 // so far on disk with one file-system sync, which a refresh does before it stores the maps that name the new
 // files.
 //
-// Never throws; failures are reported as false and leave the target as it was. Main thread.
+// Never throws; failures are reported as false and leave the target as it was. One thread at a time (the
+// cache controller's disk worker).
 #pragma once
 
 #include <filesystem>

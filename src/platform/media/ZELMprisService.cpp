@@ -3,6 +3,7 @@
 #include "core/log/ZELLog.h"
 
 #include <cstring>
+#include <string_view>
 
 namespace zel {
 namespace {
@@ -95,15 +96,117 @@ ZELMprisService::ZELMprisService(ZELMprisServiceDelegate* delegate) : delegate_(
 }
 
 ZELMprisService::~ZELMprisService() {
+    g_cancellable_cancel(cancellable_);
     if (ownerId_) g_bus_unown_name(ownerId_);
+    if (nameWatch_) g_dbus_connection_signal_unsubscribe(connection_, nameWatch_);
     unregister();
+    g_object_unref(cancellable_);
     g_dbus_node_info_unref(introspection_);
 }
 
 void ZELMprisService::start() {
-    if (ownerId_) return;
-    ownerId_ = g_bus_own_name(G_BUS_TYPE_SESSION, kBusName, G_BUS_NAME_OWNER_FLAGS_NONE, &onBusAcquired,
-                              &onNameAcquired, &onNameLost, this, nullptr);
+    if (started_) return;
+    started_ = true;
+    g_bus_get(G_BUS_TYPE_SESSION, cancellable_, &onBusReady, this);
+}
+
+void ZELMprisService::onBusReady(GObject*, GAsyncResult* result, gpointer data) {
+    GError* error = nullptr;
+    GDBusConnection* connection = g_bus_get_finish(result, &error);
+    if (g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CANCELLED)) {
+        g_error_free(error);
+        return;
+    }
+    auto* self = static_cast<ZELMprisService*>(data);
+    if (!connection) {
+        g_clear_error(&error);
+        zelLog("MPRIS: no session bus; desktop media controls are off");
+        return;
+    }
+    self->publish(connection);
+    g_object_unref(connection);
+}
+
+void ZELMprisService::publish(GDBusConnection* connection) {
+    connection_ = G_DBUS_CONNECTION(g_object_ref(connection));
+    GError* error = nullptr;
+    rootRegistration_ = g_dbus_connection_register_object(
+        connection, kObjectPath, introspection_->interfaces[0], &kVTable, this, nullptr, &error);
+    if (rootRegistration_) {
+        playerRegistration_ = g_dbus_connection_register_object(
+            connection, kObjectPath, introspection_->interfaces[1], &kVTable, this, nullptr, &error);
+    }
+    if (error) {
+        zelLog("MPRIS: cannot publish the player: %@", error->message);
+        g_error_free(error);
+    }
+    // Watch first, then list: the bus answers in order, so no player can slip between the two.
+    nameWatch_ = g_dbus_connection_signal_subscribe(
+        connection, "org.freedesktop.DBus", "org.freedesktop.DBus", "NameOwnerChanged",
+        "/org/freedesktop/DBus", kWebPlayerNamespace, G_DBUS_SIGNAL_FLAGS_MATCH_ARG0_NAMESPACE,
+        &onNameOwnerChanged, this, nullptr);
+    g_dbus_connection_call(connection, "org.freedesktop.DBus", "/org/freedesktop/DBus",
+                           "org.freedesktop.DBus", "ListNames", nullptr, G_VARIANT_TYPE("(as)"),
+                           G_DBUS_CALL_FLAGS_NONE, -1, cancellable_, &onNames, this);
+}
+
+void ZELMprisService::onNames(GObject* source, GAsyncResult* result, gpointer data) {
+    GError* error = nullptr;
+    GVariant* reply = g_dbus_connection_call_finish(G_DBUS_CONNECTION(source), result, &error);
+    if (g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CANCELLED)) {
+        g_error_free(error);
+        return;
+    }
+    auto* self = static_cast<ZELMprisService*>(data);
+    g_clear_error(&error);  // without the list, only players that appear from now on are seen
+    if (reply) {
+        GVariantIter* names = nullptr;
+        g_variant_get(reply, "(as)", &names);
+        const gchar* name = nullptr;
+        const std::string prefix = std::string(kWebPlayerNamespace) + ".";
+        while (g_variant_iter_next(names, "&s", &name)) {
+            if (std::string_view(name).starts_with(prefix)) self->webPlayers_.insert(name);
+        }
+        g_variant_iter_free(names);
+        g_variant_unref(reply);
+    }
+    self->namesKnown_ = true;
+    self->ownOrRelease();
+}
+
+void ZELMprisService::onNameOwnerChanged(GDBusConnection*, const gchar*, const gchar*, const gchar*,
+                                         const gchar*, GVariant* parameters, gpointer data) {
+    if (!g_variant_is_of_type(parameters, G_VARIANT_TYPE("(sss)"))) return;
+    const gchar *name = nullptr, *oldOwner = nullptr, *newOwner = nullptr;
+    g_variant_get(parameters, "(&s&s&s)", &name, &oldOwner, &newOwner);
+    // The namespace also matches the name itself, which no player uses.
+    if (std::strcmp(name, kWebPlayerNamespace) == 0) return;
+    static_cast<ZELMprisService*>(data)->webPlayer(name, newOwner[0] != '\0');
+}
+
+void ZELMprisService::webPlayer(const std::string& name, bool present) {
+    if (present) {
+        webPlayers_.insert(name);
+    } else {
+        webPlayers_.erase(name);
+    }
+    if (namesKnown_) ownOrRelease();
+}
+
+void ZELMprisService::ownOrRelease() {
+    if (webPlayers_.empty()) {
+        if (ownerId_) return;
+        if (steppedBack_) zelLog("MPRIS: the page's player left; taking the name back");
+        steppedBack_ = false;
+        ownerId_ = g_bus_own_name_on_connection(connection_, kBusName, G_BUS_NAME_OWNER_FLAGS_NONE,
+                                                &onNameAcquired, &onNameLost, this, nullptr);
+    } else if (!steppedBack_) {
+        zelLog("MPRIS: the page's player %@ is on the bus; stepping back", *webPlayers_.begin());
+        steppedBack_ = true;
+        if (ownerId_) g_bus_unown_name(ownerId_);
+        ownerId_ = 0;
+        published_ = false;
+    }
 }
 
 void ZELMprisService::unregister() {
@@ -115,39 +218,18 @@ void ZELMprisService::unregister() {
     connection_ = nullptr;
 }
 
-void ZELMprisService::onBusAcquired(GDBusConnection* connection, const gchar*, gpointer data) {
-    auto* self = static_cast<ZELMprisService*>(data);
-    self->unregister();
-    self->connection_ = G_DBUS_CONNECTION(g_object_ref(connection));
-    GError* error = nullptr;
-    self->rootRegistration_ = g_dbus_connection_register_object(
-        connection, kObjectPath, self->introspection_->interfaces[0], &kVTable, self, nullptr, &error);
-    if (self->rootRegistration_) {
-        self->playerRegistration_ = g_dbus_connection_register_object(
-            connection, kObjectPath, self->introspection_->interfaces[1], &kVTable, self, nullptr, &error);
-    }
-    if (error) {
-        zelLog("MPRIS: cannot publish the player: %@", error->message);
-        g_error_free(error);
-    }
-}
-
 void ZELMprisService::onNameAcquired(GDBusConnection*, const gchar* name, gpointer data) {
     auto* self = static_cast<ZELMprisService*>(data);
     self->published_ = self->playerRegistration_ != 0;
     zelLog("MPRIS: published as %@", name);
 }
 
-void ZELMprisService::onNameLost(GDBusConnection* connection, const gchar* name, gpointer data) {
+void ZELMprisService::onNameLost(GDBusConnection*, const gchar* name, gpointer data) {
     auto* self = static_cast<ZELMprisService*>(data);
     self->published_ = false;
     if (self->reportedLoss_) return;
     self->reportedLoss_ = true;
-    if (connection == nullptr) {
-        zelLog("MPRIS: no session bus; desktop media controls are off");
-    } else {
-        zelLog("MPRIS: %@ belongs to another process; desktop media controls are off", name);
-    }
+    zelLog("MPRIS: %@ belongs to another process; desktop media controls are off", name);
 }
 
 void ZELMprisService::onMethodCall(GDBusConnection*, const gchar*, const gchar*, const gchar*,

@@ -5,6 +5,7 @@
 #include "core/log/ZELLog.h"
 #include "core/web/WebAppAddress.h"
 #include "platform/browser/BrowserLauncher.h"
+#include "platform/fs/ZELBackgroundDiskWorker.h"
 #include "platform/net/ZELSoupDownloaderFactory.h"
 #include "ui/windows/WindowPlacement.h"
 
@@ -41,7 +42,8 @@ MainViewController::MainViewController(Gtk::Application& application, const Laun
     cacheController_ = std::make_unique<ZELCacheController>(
         ZELCacheLocations{ZELEnv::workingDirectory(), bundle.resourcePath(), options.settings.staticFileHost,
                           options.settings.configBaseURL},
-        std::make_unique<platform::ZELSoupDownloaderFactory>());
+        std::make_unique<platform::ZELSoupDownloaderFactory>(),
+        std::make_unique<platform::ZELBackgroundDiskWorker>());
     cacheController_->setDelegate(appUpdatePlugin_.get());
 
     webViewDelegate_ = std::make_unique<ZELWebViewDelegate>();

@@ -1,9 +1,10 @@
-// The cache controller's refresh end to end over HTTP: the real downloaders against a SoupServer on loopback
-// that plays the configuration documents and the static file server.
+// The cache controller's refresh end to end over HTTP: the real downloaders and disk worker against a
+// SoupServer on loopback that plays the configuration documents and the static file server.
 #include "core/cache/ZELCacheController.h"
 #include "core/fs/Files.h"
 #include "core/json/DictionaryJSON.h"
 #include "core/support/TestSupport.h"
+#include "platform/fs/ZELBackgroundDiskWorker.h"
 #include "platform/net/ZELSoupDownloaderFactory.h"
 #include "platform/support/TestHTTPServer.h"
 
@@ -51,7 +52,8 @@ class CacheRefreshTest : public testing::Test {
         if (!controller_) {
             controller_ = std::make_unique<ZELCacheController>(
                 ZELCacheLocations{work, bundle, server.hostPort(), server.url("/player/mac/config")},
-                std::make_unique<ZELSoupDownloaderFactory>(timeout));
+                std::make_unique<ZELSoupDownloaderFactory>(timeout),
+                std::make_unique<ZELBackgroundDiskWorker>());
             controller_->setDelegate(&finished);
         }
         return *controller_;

@@ -1,11 +1,12 @@
 // A program that does what Ostrelle does when the web app asks for an update: a refresh of the web cache with
-// the real cache controller and downloaders, then the new cache version recorded, as the web app would. The
-// crash-safety test kills it at random moments.
+// the real cache controller, downloaders and disk worker, then the new cache version recorded, as the web app
+// would. The crash-safety test kills it at random moments.
 //
 // Usage: cache_refresh_runner WORKING_DIR BUNDLE_DIR STATIC_FILE_HOST CONFIG_BASE_URL VERSION
 #include "core/cache/ZELCacheController.h"
 #include "core/fs/Files.h"
 #include "core/log/ZELLog.h"
+#include "platform/fs/ZELBackgroundDiskWorker.h"
 #include "platform/net/ZELSoupDownloaderFactory.h"
 
 #include <glib.h>
@@ -30,7 +31,8 @@ int main(int argc, char** argv) {
     }
     const std::filesystem::path work = argv[1];
     zel::ZELCacheController controller(zel::ZELCacheLocations{work, argv[2], argv[3], argv[4]},
-                                       std::make_unique<zel::platform::ZELSoupDownloaderFactory>());
+                                       std::make_unique<zel::platform::ZELSoupDownloaderFactory>(),
+                                       std::make_unique<zel::platform::ZELBackgroundDiskWorker>());
     Finished finished;
     controller.setDelegate(&finished);
     controller.refreshLocalCache();

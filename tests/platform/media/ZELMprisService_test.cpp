@@ -1,5 +1,6 @@
 // The MPRIS player on a private session bus of the test's own (GTestDBus): the desktop's calls reach the
-// delegate; a name owned elsewhere is logged and taken over once free; a missing bus is logged once.
+// delegate; a name owned elsewhere is logged and taken over once free; the player steps back while the web
+// view's own player is on the bus; a missing bus is logged once.
 #include "platform/media/ZELMprisService.h"
 
 #include "core/log/ZELLog.h"
@@ -47,13 +48,31 @@ class MprisServiceTest : public testing::Test {
         g_test_dbus_down(bus_);
         g_object_unref(bus_);
     }
-    // A call from another connection, as a desktop shell would make it; the error text, or "" on success.
-    std::string call(const char* interface, const char* method, GVariant* args = nullptr) {
-        GDBusConnection* client = g_dbus_connection_new_for_address_sync(
+    // A connection of another process to the test's bus.
+    GDBusConnection* connect() {
+        return g_dbus_connection_new_for_address_sync(
             g_test_dbus_get_bus_address(bus_),
             GDBusConnectionFlags(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                  G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
             nullptr, nullptr, nullptr);
+    }
+    // Owns name on a connection of its own until the connection is dropped.
+    GDBusConnection* own(const char* name) {
+        GDBusConnection* owner = connect();
+        GVariant* reply = g_dbus_connection_call_sync(
+            owner, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "RequestName",
+            g_variant_new("(su)", name, 0u), nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr);
+        EXPECT_NE(reply, nullptr);
+        if (reply) g_variant_unref(reply);
+        return owner;
+    }
+    static void drop(GDBusConnection* connection) {
+        g_dbus_connection_close_sync(connection, nullptr, nullptr);
+        g_object_unref(connection);
+    }
+    // A call from another connection, as a desktop shell would make it; the error text, or "" on success.
+    std::string call(const char* interface, const char* method, GVariant* args = nullptr) {
+        GDBusConnection* client = connect();
         GAsyncResult* result = nullptr;
         g_dbus_connection_call(
             client, ZELMprisService::kBusName, ZELMprisService::kObjectPath, interface, method, args, nullptr,
@@ -101,11 +120,7 @@ TEST_F(MprisServiceTest, DesktopCallsReachTheDelegate) {
 }
 
 TEST_F(MprisServiceTest, ANameOwnedByAnotherProcessIsLoggedAndTakenOverWhenFree) {
-    GDBusConnection* other = g_dbus_connection_new_for_address_sync(
-        g_test_dbus_get_bus_address(bus_),
-        GDBusConnectionFlags(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                             G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-        nullptr, nullptr, nullptr);
+    GDBusConnection* other = connect();
     bool owned = false;
     const guint id = g_bus_own_name_on_connection(
         other, ZELMprisService::kBusName, G_BUS_NAME_OWNER_FLAGS_NONE,
@@ -129,6 +144,40 @@ TEST_F(MprisServiceTest, ANameOwnedByAnotherProcessIsLoggedAndTakenOverWhenFree)
                   "MPRIS: org.mpris.MediaPlayer2.ostrelle belongs to another process; desktop media controls "
                   "are off",
                   "MPRIS: published as org.mpris.MediaPlayer2.ostrelle"}));
+}
+
+TEST_F(MprisServiceTest, StepsBackWhileTheWebViewsPlayerIsOnTheBus) {
+    const char* webPlayer = "org.mpris.MediaPlayer2.org.ostrelle.Ostrelle.Sandboxed.instance-1";
+    // Another program's player and a name that only shares the prefix do not count.
+    GDBusConnection* others[] = {own("org.mpris.MediaPlayer2.vlc"),
+                                 own("org.mpris.MediaPlayer2.org.ostrelle.OstrelleX")};
+    // Already there at start (found in the bus's list of names): the player never appears.
+    GDBusConnection* web = own(webPlayer);
+    Recorder recorder;
+    ZELMprisService service(&recorder);
+    service.start();
+    ASSERT_TRUE(spinUntil([&] { return !log.empty(); }));
+    EXPECT_FALSE(service.isPublished());
+    for (int round = 0; round < 2; ++round) {
+        SCOPED_TRACE(round);
+        drop(web);
+        ASSERT_TRUE(spinUntil([&] { return service.isPublished(); }));
+        EXPECT_EQ(call("org.mpris.MediaPlayer2.Player", "Next"), "");
+        // Appearing while the player is published (a signal of the bus): the name is released.
+        web = own(webPlayer);
+        ASSERT_TRUE(spinUntil([&] { return !service.isPublished(); }));
+        EXPECT_NE(call("org.mpris.MediaPlayer2.Player", "Next"), "");
+    }
+    drop(web);
+    for (GDBusConnection* other : others) drop(other);
+    ASSERT_TRUE(spinUntil([&] { return service.isPublished(); }));
+    EXPECT_EQ(recorder.calls, (std::vector<std::string>{"Next", "Next"}));
+    const std::string back = "MPRIS: the page's player left; taking the name back";
+    const std::string away =
+        std::string("MPRIS: the page's player ") + webPlayer + " is on the bus; stepping back";
+    const std::string published = "MPRIS: published as org.mpris.MediaPlayer2.ostrelle";
+    EXPECT_EQ(
+        log, (std::vector<std::string>{away, back, published, away, back, published, away, back, published}));
 }
 
 TEST(MprisServiceWithoutBusTest, NoSessionBusIsLoggedOnce) {
