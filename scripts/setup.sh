@@ -7,7 +7,7 @@ cd "$(dirname "$0")/.."
 packages=(
   g++ cmake ninja-build pkg-config clang-format
   libgtkmm-4.0-dev libwebkitgtk-6.0-dev libsoup-3.0-dev libx11-dev libxcb-xkb-dev libxcb-xtest0-dev nlohmann-json3-dev libgtest-dev
-  xvfb xauth xdotool x11-utils dbus dbus-x11 webkit2gtk-driver fonts-noto-cjk curl
+  xvfb xauth xdotool librsvg2-bin openbox imagemagick x11-utils dbus dbus-x11 webkit2gtk-driver fonts-noto-cjk curl
 )
 
 missing=()
