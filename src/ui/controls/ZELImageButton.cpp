@@ -20,7 +20,7 @@ ZELImageButton::ZELImageButton(const std::string& imageName) : image_(imageName)
 void ZELImageButton::setTitle(const std::string& title, const ZELColor& color, double points) {
     title_ = create_pango_layout(title);
     Pango::FontDescription font(kChromeFontFamily);
-    font.set_size(int(points * PANGO_SCALE));
+    font.set_absolute_size(points * PANGO_SCALE);
     title_->set_font_description(font);
     titleColor_ = rgba(color);
     queue_resize();

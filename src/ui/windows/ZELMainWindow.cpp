@@ -7,11 +7,14 @@ namespace zel {
 namespace {
 
 // Transparent outside the drawn shapes; corners, shadow and radius go while maximised, tiled or full screen.
+// Without a compositor there is no shadow to draw, and the toolkit's solid frame would make the window larger
+// than its content and header: it goes too.
 constexpr const char* kChromeCSS = R"css(
 window.ostrelle-main { background: transparent; border-radius: 10px 10px 6px 6px; }
 window.ostrelle-main.maximized, window.ostrelle-main.fullscreen, window.ostrelle-main.tiled,
 window.ostrelle-main.tiled-top, window.ostrelle-main.tiled-bottom, window.ostrelle-main.tiled-left,
 window.ostrelle-main.tiled-right { border-radius: 0; box-shadow: none; }
+window.ostrelle-main.solid-csd { padding: 0; box-shadow: none; }
 .ostrelle-content { background: white; border-radius: 6px; }
 .ostrelle-content.square { border-radius: 0; }
 text.ostrelle-search-text { font-family: "Hiragino Sans GB", "Noto Sans CJK SC", sans-serif; font-size: 12px;
@@ -80,6 +83,10 @@ ZELMainWindow::ZELMainWindow(int contentWidth, int contentHeight)
 
     handle_.set_child(mainFrameView_);
     set_child(handle_);
+    // The content area holds the keyboard until the content view arrives: the search field must not take it
+    // when the window first shows.
+    childContentWrapperView_.set_focusable(true);
+    set_focus(childContentWrapperView_);
 
     property_fullscreened().signal_changed().connect([this] {
         trafficLights().set_visible(!is_fullscreen());

@@ -9,7 +9,7 @@ ZELWindowHeaderBgView::ZELWindowHeaderBgView(const std::string& title)
     set_can_target(false);
     title_ = create_pango_layout(title);
     Pango::FontDescription font(kChromeFontFamily);
-    font.set_size(16 * PANGO_SCALE);
+    font.set_absolute_size(16 * PANGO_SCALE);
     title_->set_font_description(font);
     title_->set_alignment(Pango::Alignment::CENTER);
 }
