@@ -62,9 +62,9 @@ void ZELUserInfoView::placeButtons() {
 void ZELUserInfoView::setUserName(const Value& name) {
     const std::string* text = textOf(name);
     nickNameTextView_.set_text(text ? *text : std::string());
-    int tw = 0, th = 0, m = 0, b1 = 0, b2 = 0;
-    nickNameTextView_.measure(Gtk::Orientation::HORIZONTAL, -1, m, tw, b1, b2);
-    nickNameTextView_.measure(Gtk::Orientation::VERTICAL, tw, m, th, b1, b2);
+    // The text's own size, never truncated; measured on the layout, since a hidden label measures 0.
+    int tw = 0, th = 0;
+    nickNameTextView_.get_layout()->get_pixel_size(tw, th);
     const chrome::ZELUserNamePlacement p = chrome::userNamePlacement(width_, {double(tw), double(th)});
     setFrame(nickNameTextView_, p.name);
     setFrame(userAvatarView_, p.avatar);
