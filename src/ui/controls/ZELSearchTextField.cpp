@@ -67,6 +67,13 @@ bool ZELSearchTextField::handleKey(guint keyval, Gdk::ModifierType state) {
         }
         return true;
     }
+    // Up and Down move the caret to the start or the end, as in a single-line field, instead of moving the
+    // focus out of the field (which would hide the suggestions).
+    if (keyval == GDK_KEY_Up || keyval == GDK_KEY_KP_Up || keyval == GDK_KEY_Down ||
+        keyval == GDK_KEY_KP_Down) {
+        text_.set_position(keyval == GDK_KEY_Up || keyval == GDK_KEY_KP_Up ? 0 : -1);
+        return true;
+    }
     if ((state & Gdk::ModifierType::CONTROL_MASK) != Gdk::ModifierType::CONTROL_MASK) return false;
     int start = 0, end = 0;
     const bool selected = text_.get_selection_bounds(start, end) && start != end;
