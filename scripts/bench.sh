@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds and runs the benchmarks on a private display and session bus. They print figures and ratios against a
 # baseline measured in the same run; they assert nothing.
-#   bridge      synchronous bridge round trip; cold start to a loaded web app against MiniBrowser
+#   bridge      synchronous bridge round trip; cold start to a loaded web app and API round trips from the
+#               page, each against MiniBrowser (parts: exec, start, api)
 #   cache       hash-map lookups, a refresh against curl, memory while a large file passes through, main-loop
 #               stalls while a refresh is stored and a large cache cleared (disk work on the main thread vs the
 #               background disk worker)
