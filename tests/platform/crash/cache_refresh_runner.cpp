@@ -1,33 +1,21 @@
-// A program that does what Ostrelle does when the web app asks for an update: a refresh of the web cache with
-// the real cache controller and downloaders, then the new cache version recorded, as the web app would. The
-// crash-safety test kills it at random moments.
+// What Ostrelle does when the web app asks for an update: a refresh of the web cache with the real cache
+// controller and downloaders, then the new cache version recorded, as the web app would. The crash-safety
+// test kills it at random moments.
 //
 // Usage: cache_refresh_runner WORKING_DIR BUNDLE_DIR STATIC_FILE_HOST CONFIG_BASE_URL VERSION
 #include "core/cache/ZELCacheController.h"
 #include "core/fs/Files.h"
-#include "core/log/ZELLog.h"
 #include "platform/net/ZELSoupDownloaderFactory.h"
 
 #include <glib.h>
-
-#include <iostream>
-#include <memory>
-
-namespace {
 
 struct Finished : zel::ZELCacheControllerDelegate {
     void didFinishRefreshingWebCache() override { done = true; }
     bool done = false;
 };
 
-}  // namespace
-
 int main(int argc, char** argv) {
-    if (argc != 6) {
-        std::cerr << "usage: " << argv[0]
-                  << " WORKING_DIR BUNDLE_DIR STATIC_FILE_HOST CONFIG_BASE_URL VERSION\n";
-        return 2;
-    }
+    if (argc != 6) return 2;
     const std::filesystem::path work = argv[1];
     zel::ZELCacheController controller(zel::ZELCacheLocations{work, argv[2], argv[3], argv[4]},
                                        std::make_unique<zel::platform::ZELSoupDownloaderFactory>());
@@ -35,7 +23,5 @@ int main(int argc, char** argv) {
     controller.setDelegate(&finished);
     controller.refreshLocalCache();
     while (!finished.done) g_main_context_iteration(nullptr, TRUE);
-    if (!zel::fs::writeFileAtomically(work / "cache_version", argv[5])) return 1;
-    zel::zelLog("refresh runner done");
-    return 0;
+    return zel::fs::writeFileAtomically(work / "cache_version", argv[5]) ? 0 : 1;
 }
