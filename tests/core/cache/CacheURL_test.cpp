@@ -1,10 +1,10 @@
 #include "core/cache/CacheURL.h"
-#include "core/cache/CacheKinds.h"
-#include "core/cache/Queue.h"
+#include "core/cache/CacheVersion.h"
 
 #include <gtest/gtest.h>
 
-#include <string>
+#include <cstdlib>
+#include <ctime>
 
 namespace zel::cache {
 namespace {
@@ -12,27 +12,22 @@ namespace {
 TEST(CacheURLTest, SplitsAndDecodesThePath) {
     const auto parts = splitURL("ostrelle://h:8080/player/mac/www/js/a.js?v=/x#frag");
     ASSERT_TRUE(parts);
-    EXPECT_EQ(parts->scheme, "ostrelle");
-    EXPECT_EQ(parts->authority, "h:8080");
-    EXPECT_EQ(parts->path, "/player/mac/www/js/a.js");
-    EXPECT_EQ(parts->query, "v=/x");
-    EXPECT_EQ(splitURL("file:///tmp/www/index.html")->path, "/tmp/www/index.html");
+    EXPECT_EQ((std::vector<std::string_view>{parts->scheme, parts->authority, parts->path, parts->query}),
+              (std::vector<std::string_view>{"ostrelle", "h:8080", "/player/mac/www/js/a.js", "v=/x"}));
     EXPECT_FALSE(splitURL("/relative/path"));
     EXPECT_FALSE(splitURL("1http://h/"));
-
-    EXPECT_EQ(urlPath("http://h/a%20b/c.js"), "/a b/c.js");
-    EXPECT_EQ(urlPath("http://h/dir/"), "/dir");  // a trailing separator is not part of the path
-    EXPECT_EQ(urlPath("http://h/"), "/");
-    EXPECT_EQ(urlPath("http://h"), "");
-    EXPECT_EQ(urlPath("http://h/100%/x%zz"), "/100%/x%zz");  // malformed escapes stay
-}
-
-TEST(CacheURLTest, ExtensionsAreTheLastNamesOwn) {
-    EXPECT_EQ(pathExtension("/js/app.min.js"), "js");
-    EXPECT_EQ(pathExtension("/v1.2/readme"), "");
-    EXPECT_EQ(pathExtension("/.hidden"), "");
-    EXPECT_FALSE(isMapOfTexts(Value::parse(R"({"/a.js":1})")));
-    EXPECT_FALSE(isMapOfTexts(Value::parse(R"(["/a.js"])")));
+    const std::pair<const char*, const char*> paths[] = {
+        {"http://h/a%20b/c.js", "/a b/c.js"},
+        {"http://h/dir/", "/dir"},
+        {"http://h/", "/"},
+        {"http://h", ""},
+        {"http://h/100%/x%zz", "/100%/x%zz"},  // malformed escapes stay
+        {"file:///tmp/www/index.html", "/tmp/www/index.html"},
+    };
+    for (const auto& [url, path] : paths) EXPECT_EQ(urlPath(url), path) << url;
+    const std::pair<const char*, const char*> extensions[] = {
+        {"/js/app.min.js", "js"}, {"/v1.2/readme", ""}, {"/.hidden", ""}};
+    for (const auto& [path, ext] : extensions) EXPECT_EQ(pathExtension(path), ext) << path;
 }
 
 TEST(CacheURLTest, SafeRelativePathsStayBelowTheirFolder) {
@@ -44,22 +39,34 @@ TEST(CacheURLTest, SafeRelativePathsStayBelowTheirFolder) {
         EXPECT_EQ(safeRelativePath(unsafe), std::nullopt) << unsafe;
     }
     EXPECT_TRUE(isSafeDecodedPath("/www/js/a.js"));
-    EXPECT_FALSE(isSafeDecodedPath("/www/../x"));
-    EXPECT_FALSE(isSafeDecodedPath("/"));
-    EXPECT_FALSE(isSafeDecodedPath("a\\b"));
+    for (const char* unsafe : {"/www/../x", "/", "a\\b"}) EXPECT_FALSE(isSafeDecodedPath(unsafe)) << unsafe;
 }
 
-TEST(QueueTest, DequeueTakesTheHead) {
-    std::deque<std::string> queue;
-    EXPECT_EQ(dequeue(queue), std::nullopt);
-    EXPECT_TRUE(queue.empty());
-    queue = {"a"};
-    EXPECT_EQ(dequeue(queue), "a");
-    EXPECT_TRUE(queue.empty());
-    queue = {"a", "b", "a"};
-    EXPECT_EQ(dequeue(queue), "a");
-    EXPECT_EQ(dequeue(queue), "b");
-    EXPECT_EQ(queue.size(), 1u);
+// Versions are read in the local time zone; the test pins one (UTC+8, without the zone database).
+TEST(CacheVersionTest, LocalMidnightOfAValidDateAndTheBundleWinsATie) {
+    const char* previous = std::getenv("TZ");
+    const std::string saved = previous ? previous : "";
+    setenv("TZ", "CST-8", 1);
+    tzset();
+    EXPECT_EQ(secondsOfCacheVersion("2014/03/28"), 1395964800 - 8 * 3600);
+    EXPECT_EQ(secondsOfCacheVersion("2014/3/8"), secondsOfCacheVersion("2014/03/08"));
+    EXPECT_EQ(*secondsOfCacheVersion("2016/03/01") - *secondsOfCacheVersion("2016/02/29"), 86400);
+    EXPECT_EQ(*secondsOfCacheVersion("2014/12/31") - *secondsOfCacheVersion("2014/12/30"), 86400);
+    EXPECT_LT(*secondsOfCacheVersion("1969/12/31"), 0);
+    for (const char* text :
+         {"", "2014", "2014/03", "2014-03-28", "2014/03/28x", " 2014/03/28", "2014/13/01", "2014/00/10",
+          "2014/02/29", "2014/04/31", "2014/03/0", "12345/01/01", "2014/003/01", "0/01/01", "2014//28"}) {
+        EXPECT_EQ(secondsOfCacheVersion(text), std::nullopt) << text;
+    }
+    previous ? setenv("TZ", saved.c_str(), 1) : unsetenv("TZ");
+    tzset();
+
+    const std::optional<std::int64_t> v28 = 28, v29 = 29, none;
+    const std::tuple<std::optional<std::int64_t>, std::optional<std::int64_t>, bool> rows[] = {
+        {v28, v28, true},  {v28, v29, false},  {v29, v28, true},
+        {v28, none, true}, {none, none, true}, {none, v28, false},
+    };
+    for (const auto& [bundle, cache, older] : rows) EXPECT_EQ(isCacheOlderThanBundle(bundle, cache), older);
 }
 
 }  // namespace

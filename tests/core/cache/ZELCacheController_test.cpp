@@ -5,40 +5,35 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <string>
+#include <fstream>
 
 namespace zel {
 namespace {
 
 constexpr const char* kHost = "static.test:8080";
 constexpr const char* kAppJS = "http://static.test:8080/player/mac/www/js/app.js";
+constexpr const char* kBuild = "http://static.test:8080/player/mac/build";
 
 // A working directory and a bundle on disk; each test arranges versions, stored maps and cached files, then
 // builds the controller (which reads them once).
 class CacheControllerTest : public testing::Test {
   protected:
-    void SetUp() override {
-        write(bundle / "www" / "index.html", "bundle index");
-        write(bundle / "www" / "js" / "app.js", "bundle app");
-        write(bundle / "www" / "data" / "list.json", "bundle list");
-        write(bundle / "index.html", "bundle root index");
+    CacheControllerTest() {
+        for (const char* path : {"www/index.html", "www/js/app.js", "www/data/list.json", "index.html"})
+            write(bundle / path, std::string("bundle ") + path);
         write(bundle / "cache_version", "2014/03/28\n");
     }
-
     static void write(const std::filesystem::path& path, const std::string& text) {
         ASSERT_TRUE(fs::writeFileAtomically(path, text)) << path;
     }
-    void storeMaps(const std::string& json) { write(work / "cache_hashmap", json); }
-    void cacheFile(const std::string& path, const std::string& text) {
-        write(work / "Cache" / kHost / path, text);
-    }
-    void arrangeNewerCache() {
-        write(work / "cache_version", "2014/03/29");
-        storeMaps(R"({"js":{"/js/app.js":"/js/app_1a.js"},"css":{},"html":{"/index.html":"/index_9.html"},)"
-                  R"("media":{"/data/list.json":"/data/list_2b.json","/img/a.png":"/img/a_3.png"}})");
-        cacheFile("player/mac/build/js/app_1a.js", "cached app");
-        cacheFile("player/mac/build/data/list_2b.json", "cached list");
+    void arrangeNewerCache(const std::string& version = "2014/03/29") {
+        write(work / "cache_version", version);
+        write(work / "cache_hashmap",
+              R"({"js":{"/js/app.js":"/js/app_1a.js","/img/a.png":"/wrong_kind.png"},"css":{"/a.css":7},)"
+              R"("html":{"/index.html":"/index_9.html"},)"
+              R"("media":{"/data/list.json":"/data/list_2b.json","/img/a.png":"/img/a_3.png"}})");
+        write(work / "Cache" / kHost / "player/mac/build/js/app_1a.js", "cached app");
+        write(work / "Cache" / kHost / "player/mac/build/data/list_2b.json", "cached list");
     }
     ZELCacheController& controller() {
         if (!controller_) {
@@ -47,168 +42,127 @@ class CacheControllerTest : public testing::Test {
         }
         return *controller_;
     }
+    std::optional<std::string> data(const std::string& path) {
+        return controller().getLocalDataWithURLRequest("http://h/player/mac/www" + path);
+    }
 
     test::ScratchDirectory scratch;
     std::filesystem::path work = scratch.path() / "work";
     std::filesystem::path bundle = scratch.path() / "bundle";
     test::LogCapture log;
-
-  private:
     std::unique_ptr<ZELCacheController> controller_;
 };
 
-TEST_F(CacheControllerTest, EqualVersionsAnswerFromTheBundle) {
-    arrangeNewerCache();
-    write(work / "cache_version", "2014/03/28");
-    EXPECT_TRUE(controller().cacheOlderThanBundle());
-    EXPECT_EQ(controller().getLocalDataWithURLRequest(kAppJS), "bundle app");
-    ASSERT_FALSE(log.lines.empty());
-    EXPECT_EQ(log.lines.back(), std::string("getLocalData ") + kAppJS + " " +
-                                    std::filesystem::canonical(bundle / "www/js/app.js").string());
-}
-
-TEST_F(CacheControllerTest, ANewerVersionAnswersFromTheCache) {
-    arrangeNewerCache();
-    EXPECT_FALSE(controller().cacheOlderThanBundle());
-    EXPECT_EQ(controller().getLocalDataWithURLRequest(kAppJS), "cached app");
-    EXPECT_EQ(
-        controller().getLocalDataWithURLRequest("http://static.test:8080/player/mac/www/data/list.json"),
-        "cached list");
-    // No fall-back: a file the cache lacks is not looked for in the bundle.
-    EXPECT_EQ(controller().getLocalDataWithURLRequest("http://static.test:8080/player/mac/www/index.html"),
-              std::nullopt);
-    EXPECT_EQ(log.lines.back(), "getLocalData http://static.test:8080/player/mac/www/index.html " +
-                                    (work / "Cache" / kHost / "player/mac/build/index_9.html").string());
-}
-
-TEST_F(CacheControllerTest, VersionTextsMayHoldWhiteSpaceAnywhere) {
-    arrangeNewerCache();
-    write(work / "cache_version", "2014/ 03/29\n");
-    EXPECT_FALSE(controller().cacheOlderThanBundle());
-    write(work / "cache_version", "\t2014/03/2 8\r\n");
-    EXPECT_TRUE(controller().isCacheOlderThanBundle());
-    write(work / "cache_version", "not a date");
-    EXPECT_TRUE(controller().isCacheOlderThanBundle());
+TEST_F(CacheControllerTest, TheNewerVersionAnswersTheBundleWinsATie) {
+    // Version texts may hold white space anywhere; unreadable or missing ones count as the bundle's.
+    const std::pair<const char*, bool> versions[] = {
+        {"2014/ 03/29\n", false}, {"\t2014/03/2 8\r\n", true}, {"not a date", true}, {"2014/03/28", true}};
+    for (const auto& [version, older] : versions) {
+        write(work / "cache_version", version);
+        EXPECT_EQ(controller().isCacheOlderThanBundle(), older) << version;
+    }
     std::filesystem::remove(bundle / "cache_version");
     std::filesystem::remove(work / "cache_version");
-    EXPECT_TRUE(controller().isCacheOlderThanBundle());  // both missing: still the bundle
+    EXPECT_TRUE(controller().isCacheOlderThanBundle());
+
+    write(bundle / "cache_version", "2014/03/28");
+    arrangeNewerCache("2014/03/28");
+    controller_.reset();  // a new start reads the arranged files
+    EXPECT_EQ(data("/js/app.js"), "bundle www/js/app.js");
+    EXPECT_EQ(log.lines.back(), std::string("getLocalData http://h/player/mac/www/js/app.js ") +
+                                    std::filesystem::canonical(bundle / "www/js/app.js").string());
+    EXPECT_EQ(controller().getLocalDataWithURLRequest("file:///"), "bundle index.html");
 }
 
-TEST_F(CacheControllerTest, WithoutStoredMapsTheBundleAnswers) {
-    write(work / "cache_version", "2099/01/01");
-    storeMaps("{not json");
-    EXPECT_FALSE(controller().cacheOlderThanBundle());
-    EXPECT_FALSE(controller().hasLocalHashMap());
-    EXPECT_EQ(controller().getHashedURL(kAppJS), kAppJS);
-    EXPECT_EQ(controller().getLocalDataWithURLRequest(kAppJS), "bundle app");
-}
-
-TEST_F(CacheControllerTest, StoredMapsThatAreNotDictionariesAreIgnored) {
-    storeMaps(R"(["/js/app.js"])");
-    EXPECT_FALSE(controller().hasLocalHashMap());
-    EXPECT_NE(std::find(log.lines.begin(), log.lines.end(),
-                        "ignored " + (work / "cache_hashmap").string() + ": not a dictionary of hash maps"),
-              log.lines.end());
-}
-
-TEST_F(CacheControllerTest, TranslatesThroughTheMapOfTheExtensionsKind) {
-    storeMaps(R"({"js":{"/js/app.js":"/js/app_1a.js","/img/a.png":"/wrong_kind.png"},)"
-              R"("media":{"/data/list.json":"/data/list_2b.json","/img/a.png":"/img/a_3.png"},)"
-              R"("css":{"/css/a.css":7}})");
+TEST_F(CacheControllerTest, ANewerCacheAnswersThroughTheMapOfTheExtensionsKind) {
+    arrangeNewerCache();
     ZELCacheController& c = controller();
-    EXPECT_EQ(c.getHashedURL(kAppJS), "http://static.test:8080/player/mac/build/js/app_1a.js");
-    EXPECT_EQ(c.getHashedURL("ostrelle://any/player/mac/www/js/app.js?v=2#x"),
-              "http://static.test:8080/player/mac/build/js/app_1a.js");
-    EXPECT_EQ(c.getHashedURL("http://h/player/mac/www/data/list.json"),
-              "http://static.test:8080/player/mac/build/data/list_2b.json");
-    EXPECT_EQ(c.getHashedURL("http://h/player/mac/www/img/a.png"),
-              "http://static.test:8080/player/mac/build/img/a_3.png");
-    // Extensions are compared as written; unknown paths, kinds without a usable map keep their own address.
-    EXPECT_EQ(c.getHashedURL("http://h/player/mac/www/img/a.PNG"), "http://h/player/mac/www/img/a.PNG");
-    EXPECT_EQ(c.getHashedURL("http://h/player/mac/www/js/other.js"), "http://h/player/mac/www/js/other.js");
-    EXPECT_EQ(c.getHashedURL("http://h/player/mac/www/css/a.css"), "http://h/player/mac/www/css/a.css");
-    EXPECT_EQ(c.getHashedURL("http://h/player/mac/www/index.html"), "http://h/player/mac/www/index.html");
-    EXPECT_EQ(log.lines, std::vector<std::string>{"ignored stored css map: not a dictionary of texts"});
+    EXPECT_FALSE(c.cacheOlderThanBundle());
+    EXPECT_EQ(data("/js/app.js"), "cached app");
+    EXPECT_EQ(data("/data/list.json"), "cached list");
+    // No fall-back: a file the cache lacks is not looked for in the bundle.
+    EXPECT_EQ(data("/index.html"), std::nullopt);
+    EXPECT_EQ(log.lines.back(), "getLocalData http://h/player/mac/www/index.html " +
+                                    (work / "Cache" / kHost / "player/mac/build/index_9.html").string());
+    const std::pair<std::string, std::string> hashed[] = {
+        {kAppJS, std::string(kBuild) + "/js/app_1a.js"},
+        {"ostrelle://any/player/mac/www/js/app.js?v=2#x", std::string(kBuild) + "/js/app_1a.js"},
+        {"http://h/player/mac/www/img/a.png", std::string(kBuild) + "/img/a_3.png"},
+        // Extensions are compared as written; unknown paths and kinds without a usable map keep their
+        // address.
+        {"http://h/player/mac/www/img/a.PNG", "http://h/player/mac/www/img/a.PNG"},
+        {"http://h/player/mac/www/js/other.js", "http://h/player/mac/www/js/other.js"},
+        {"http://h/player/mac/www/a.css", "http://h/player/mac/www/a.css"},
+    };
+    for (const auto& [url, expected] : hashed) EXPECT_EQ(c.getHashedURL(url), expected) << url;
+    EXPECT_EQ(log.lines.front(), "ignored stored css map: not a dictionary of texts");
+    EXPECT_EQ(c.cacheFilePath("file:///"), work / "Cache" / kHost / "index.html");
 }
 
-TEST_F(CacheControllerTest, TheRootPathIsIndexHtmlInBothPlaces) {
-    EXPECT_EQ(controller().getLocalDataWithURLRequest("file:///"), "bundle root index");
-    EXPECT_EQ(controller().cacheFilePath("file:///"), work / "Cache" / kHost / "index.html");
-    EXPECT_EQ(controller().bundleFilePath("http://h/player/mac/www/index.html"),
-              std::filesystem::canonical(bundle / "www/index.html"));
-}
-
-TEST_F(CacheControllerTest, UnsafePathsAreNeitherReadNorFollowed) {
+TEST_F(CacheControllerTest, WithoutUsableStoredMapsTheBundleAnswers) {
     write(work / "cache_version", "2099/01/01");
-    storeMaps(R"({"js":{"/js/app.js":"/../../../../secret.js","/js/b.js":"/js/b%2F..%2F..%2Fx.js",)"
-              R"("/js/link.js":"/js/link.js"}})");
+    for (const char* maps : {"{not json", R"(["/js/app.js"])"}) {
+        write(work / "cache_hashmap", maps);
+        ZELCacheController c(ZELCacheLocations{work, bundle, kHost, "http://config.test"}, nullptr);
+        EXPECT_FALSE(c.cacheOlderThanBundle());
+        EXPECT_FALSE(c.hasLocalHashMap());
+        EXPECT_EQ(c.getHashedURL(kAppJS), kAppJS);
+        EXPECT_EQ(c.getLocalDataWithURLRequest(kAppJS), "bundle www/js/app.js");
+    }
+    EXPECT_TRUE(log.has("ignored " + (work / "cache_hashmap").string() + ": not a dictionary of hash maps"));
+}
+
+TEST_F(CacheControllerTest, UnsafePathsAreNeitherReadNorWrittenNorFollowed) {
+    write(work / "cache_version", "2099/01/01");
+    write(work / "cache_hashmap", R"({"js":{"/js/app.js":"/../../../../secret.js",)"
+                                  R"("/js/b.js":"/js/b%2F..%2F..%2Fx.js","/js/link.js":"/js/link.js"}})");
     write(scratch.path() / "secret.js", "secret");
     std::filesystem::create_directories(work / "Cache" / kHost / "player/mac/build/js");
     std::filesystem::create_symlink(scratch.path() / "secret.js",
                                     work / "Cache" / kHost / "player/mac/build/js/link.js");
-    ZELCacheController& c = controller();
-    EXPECT_EQ(c.getLocalDataWithURLRequest(kAppJS), std::nullopt);
-    EXPECT_EQ(c.getLocalDataWithURLRequest("http://h/player/mac/www/js/b.js"), std::nullopt);
-    EXPECT_EQ(c.getLocalDataWithURLRequest("http://h/player/mac/www/js/link.js"), std::nullopt);
-    EXPECT_NE(
-        std::find(log.lines.begin(), log.lines.end(),
-                  "refused cache path for http://static.test:8080/player/mac/build/../../../../secret.js"),
-        log.lines.end());
+    for (const char* path : {"/js/app.js", "/js/b.js", "/js/link.js"})
+        EXPECT_EQ(data(path), std::nullopt) << path;
+    EXPECT_TRUE(log.has(std::string("refused cache path for ") + kBuild + "/../../../../secret.js"));
+    for (const char* path : {"..%2F..%2Fsecret.js", "../../secret.js", "missing.js"})
+        EXPECT_EQ(controller().bundleFilePath(std::string("http://h/player/mac/www/") + path), std::nullopt);
 
-    // The bundle side: requests whose own path would climb out.
-    EXPECT_EQ(c.bundleFilePath("http://h/player/mac/www/..%2F..%2Fsecret.js"), std::nullopt);
-    EXPECT_EQ(c.bundleFilePath("http://h/player/mac/www/../../secret.js"), std::nullopt);
-    EXPECT_EQ(c.bundleFilePath("http://h/player/mac/www/missing.js"), std::nullopt);
+    const std::string evil = std::string(kBuild) + "/%2E%2E/%2E%2E/%2E%2E/evil.js";
+    controller().dataDownloadedForURL("evil", evil);
+    EXPECT_EQ(log.lines.back(), "refused cache path for " + evil);
+    EXPECT_FALSE(std::filesystem::exists(work / "evil.js"));
+    // A host that cannot name a folder disables the cache.
+    ZELCacheController dotted(ZELCacheLocations{work, bundle, "..", "http://config.test"}, nullptr);
+    EXPECT_EQ(dotted.cacheFilePath(kAppJS), std::nullopt);
+    dotted.dataDownloadedForURL("x", "http://../player/mac/build/a.js");
+    EXPECT_FALSE(std::filesystem::exists(work / "player"));
 }
 
-TEST_F(CacheControllerTest, ClearingRemovesFilesButNotTheDecisionsTakenAtStart) {
+TEST_F(CacheControllerTest, DownloadsReplaceFilesWhollyAndClearingKeepsTheStartsDecisions) {
     arrangeNewerCache();
     ZELCacheController& c = controller();
+    const auto file = work / "Cache" / kHost / "player/mac/build/js/app_1a.js";
+    std::ifstream reader(file);  // a reader of the old file keeps it whole: the new one is put in its place
+    c.dataDownloadedForURL("new body", std::string(kBuild) + "/js/app_1a.js");
+    EXPECT_EQ(fs::readFile(file), "new body");
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(reader), {}), "cached app");
+    EXPECT_TRUE(std::filesystem::is_empty(work / "Cache" / ".incoming"));
+
     c.clearLocalCache();
-    EXPECT_FALSE(std::filesystem::exists(work / "Cache"));
-    EXPECT_FALSE(std::filesystem::exists(work / "cache_hashmap"));
-    EXPECT_FALSE(std::filesystem::exists(work / "cache_version"));
+    for (const char* gone : {"Cache", "cache_hashmap", "cache_version"})
+        EXPECT_FALSE(std::filesystem::exists(work / gone)) << gone;
     EXPECT_FALSE(c.cacheOlderThanBundle());
-    EXPECT_TRUE(c.hasLocalHashMap());
-    EXPECT_EQ(c.getHashedURL(kAppJS), "http://static.test:8080/player/mac/build/js/app_1a.js");
+    EXPECT_EQ(c.getHashedURL(kAppJS), std::string(kBuild) + "/js/app_1a.js");
     EXPECT_EQ(c.getLocalDataWithURLRequest(kAppJS), std::nullopt);  // goes to the network now
-    EXPECT_EQ(log.lines.front(), "clearLocalCache");
+    EXPECT_TRUE(log.has("clearLocalCache"));
     c.clearLocalCache();  // nothing left to remove: still fine
 }
 
-TEST_F(CacheControllerTest, StoredMapsRoundTripAndFileArraysKeepDuplicates) {
+TEST(CacheControllerFilesTest, FileArraysKeepDuplicatesAndOnlyTheFourKinds) {
     const Value maps =
         Value::parse(R"({"js":{"/a.js":"/a_1.js","/b.js":"/a_1.js"},"media":{"/c.png":"/c_2.png"},)"
                      R"("other":{"/x":"/y"}})");
-    ASSERT_TRUE(ZELCacheController::putLocalHashMap(maps, work / "maps"));
-    EXPECT_EQ(ZELCacheController::getLocalHashMap(work / "maps"), maps);
-    EXPECT_TRUE(isNil(ZELCacheController::getLocalHashMap(work / "missing")));
     EXPECT_EQ(ZELCacheController::getFileArray(maps),
               (std::vector<std::string>{"/a_1.js", "/a_1.js", "/c_2.png"}));
-    EXPECT_TRUE(ZELCacheController::getFileArray(nil()).empty());
-}
-
-TEST_F(CacheControllerTest, DownloadedFilesLandUnderTheHostAndNeverOutside) {
-    ZELCacheController& c = controller();
-    c.dataDownloadedForURL("body", "http://static.test:8080/player/mac/build/js/app_1a.js");
-    EXPECT_EQ(fs::readFile(work / "Cache" / kHost / "player/mac/build/js/app_1a.js"), "body");
-    c.dataDownloadedForURL("new body", "http://static.test:8080/player/mac/build/js/app_1a.js");
-    EXPECT_EQ(fs::readFile(work / "Cache" / kHost / "player/mac/build/js/app_1a.js"), "new body");
-    EXPECT_TRUE(std::filesystem::is_empty(work / "Cache" / ".incoming"));  // nothing half-written left
-
-    c.dataDownloadedForURL("evil", "http://static.test:8080/player/mac/build/%2E%2E/%2E%2E/%2E%2E/evil.js");
-    EXPECT_EQ(log.lines.back(),
-              "refused cache path for http://static.test:8080/player/mac/build/%2E%2E/%2E%2E/%2E%2E/evil.js");
-    EXPECT_FALSE(std::filesystem::exists(work / "evil.js"));
-    EXPECT_FALSE(std::filesystem::exists(work / "Cache" / "evil.js"));
-}
-
-TEST_F(CacheControllerTest, AHostThatCannotNameAFolderDisablesTheCache) {
-    arrangeNewerCache();
-    ZELCacheController c(ZELCacheLocations{work, bundle, "..", "http://config.test"}, nullptr);
-    EXPECT_EQ(c.cacheFilePath(kAppJS), std::nullopt);
-    c.dataDownloadedForURL("x", "http://../player/mac/build/a.js");
-    EXPECT_FALSE(std::filesystem::exists(work / "player"));
 }
 
 }  // namespace

@@ -1,10 +1,12 @@
 #include "core/env/CommandLine.h"
-
 #include "core/env/ZELBundle.h"
+#include "core/env/ZELEnv.h"
 
 #include "core/support/TestSupport.h"
 
 #include <gtest/gtest.h>
+
+#include <cstdlib>
 
 namespace zel {
 namespace {
@@ -15,12 +17,8 @@ CommandLineResult parse(std::vector<std::string> args) {
     return parseCommandLine(args, "ostrelle");
 }
 
-TEST(CommandLineTest, DefaultsAndBothValueForms) {
-    const auto plain = parse({});
-    EXPECT_EQ(plain.action, Action::Run);
-    EXPECT_EQ(plain.options.settings.staticFileHost, ZELSettings::compiledDefaults().staticFileHost);
-    EXPECT_FALSE(plain.options.bundleDirectory);
-
+TEST(CommandLineTest, BothValueFormsHelpAndVersion) {
+    EXPECT_EQ(parse({}).options.settings.staticFileHost, ZELSettings::compiledDefaults().staticFileHost);
     test::ScratchDirectory bundle;
     const auto r = parse({"--bundle", bundle.path().string(), "--static-file-host=127.0.0.1:8080",
                           "--config-base-url", "HTTPS://cfg.example/player/mac/config",
@@ -28,43 +26,32 @@ TEST(CommandLineTest, DefaultsAndBothValueForms) {
                           "file:///tmp/x.html", "--inspector", "--automation", "--console-log"});
     ASSERT_EQ(r.action, Action::Run) << r.message;
     EXPECT_EQ(r.exitCode(), 0);
-    EXPECT_EQ(r.options.bundleDirectory, bundle.path().string());
-    EXPECT_EQ(r.options.settings.staticFileHost, "127.0.0.1:8080");
-    EXPECT_EQ(r.options.settings.configBaseURL, "HTTPS://cfg.example/player/mac/config");
-    EXPECT_EQ(r.options.settings.accountHost, "[::1]:9");
-    EXPECT_EQ(r.options.settings.serviceHomeURL, "http://home.example");
-    EXPECT_EQ(r.options.startPage, "file:///tmp/x.html");
-    EXPECT_TRUE(r.options.inspector && r.options.automation && r.options.consoleLog);
-}
+    const LaunchOptions& o = r.options;
+    EXPECT_EQ(o.bundleDirectory, bundle.path().string());
+    EXPECT_EQ(
+        (std::vector<std::string>{o.settings.staticFileHost, o.settings.configBaseURL, o.settings.accountHost,
+                                  o.settings.serviceHomeURL, o.startPage.value_or("")}),
+        (std::vector<std::string>{"127.0.0.1:8080", "HTTPS://cfg.example/player/mac/config", "[::1]:9",
+                                  "http://home.example", "file:///tmp/x.html"}));
+    EXPECT_TRUE(o.inspector && o.automation && o.consoleLog);
 
-TEST(CommandLineTest, HelpAndVersion) {
-    const auto help = parse({"-h", "--bogus"});
-    EXPECT_EQ(help.action, Action::ShowHelp);
-    EXPECT_EQ(help.exitCode(), 0);
-    for (const char* option :
-         {"--bundle", "--static-file-host", "--config-base-url", "--account-host", "--service-home-url",
-          "--start-page", "--inspector", "--automation", "--console-log", "--help", "--version"}) {
-        EXPECT_NE(help.message.find(option), std::string::npos) << option;
-    }
-    const auto version = parse({"--version"});
-    EXPECT_EQ(version.action, Action::ShowVersion);
-    EXPECT_EQ(version.message, "Ostrelle " + ZELBundle({}).infoValue("CFBundleShortVersionString").value());
+    EXPECT_EQ(parse({"-h", "--bogus"}).action, Action::ShowHelp);
+    EXPECT_EQ(parse({"--version"}).message,
+              "Ostrelle " + ZELBundle({}).infoValue("CFBundleShortVersionString").value());
 }
 
 TEST(CommandLineTest, ErrorsNameTheOption) {
     const std::pair<std::vector<std::string>, std::string> cases[] = {
-        {{"--frobnicate"}, "--frobnicate"},
         {{"--frobnicate=1"}, "--frobnicate"},
         {{"stray"}, "stray"},
         {{"--bundle"}, "--bundle"},
-        {{"--bundle", "--inspector"}, "--bundle"},
+        {{"--bundle", "--inspector"}, "option '--bundle' needs a value"},
         {{"--bundle="}, "--bundle"},
         {{"--bundle", "/no/such/folder"}, "--bundle"},
         {{"--inspector=yes"}, "--inspector"},
         {{"--static-file-host", "http://h"}, "--static-file-host"},
         {{"--static-file-host", "h:0"}, "--static-file-host"},
         {{"--static-file-host", "h:65536"}, "--static-file-host"},
-        {{"--static-file-host", "h/x"}, "--static-file-host"},
         {{"--static-file-host", "a..b"}, "--static-file-host"},
         {{"--account-host", "a b"}, "--account-host"},
         {{"--config-base-url", "ftp://x/"}, "--config-base-url"},
@@ -80,6 +67,23 @@ TEST(CommandLineTest, ErrorsNameTheOption) {
         EXPECT_NE(r.message.find(option), std::string::npos) << r.message;
         EXPECT_EQ(r.message.find('\n'), std::string::npos) << r.message;
     }
+}
+
+TEST(ZELEnvTest, WorkingDirectoryFollowsAnAbsoluteDataHome) {
+    std::vector<std::pair<const char*, std::optional<std::string>>> saved;
+    for (const char* name : {"HOME", "XDG_DATA_HOME"}) {
+        const char* value = std::getenv(name);
+        saved.emplace_back(name, value ? std::optional<std::string>(value) : std::nullopt);
+    }
+    setenv("HOME", "/home/u", 1);
+    const std::pair<const char*, const char*> rows[] = {{"/data/u", "/data/u/Ostrelle"},
+                                                        {"relative/dir", "/home/u/.local/share/Ostrelle"},
+                                                        {"", "/home/u/.local/share/Ostrelle"}};
+    for (const auto& [dataHome, expected] : rows) {
+        setenv("XDG_DATA_HOME", dataHome, 1);
+        EXPECT_EQ(ZELEnv::workingDirectory(), expected) << dataHome;
+    }
+    for (const auto& [name, value] : saved) value ? setenv(name, value->c_str(), 1) : unsetenv(name);
 }
 
 }  // namespace

@@ -5,14 +5,11 @@
 namespace zel {
 namespace {
 
-TEST(Geometry, CentredRectSitsHorizontallyCentredAndAboveTheMiddle) {
-    // 1920x1080 screen, 1200x620 window: 360 free on each side, 460 free vertically split 1:2.
+TEST(GeometryTest, WindowsCentredAboveTheMiddleOfTheirScreen) {
+    // 360 free on each side, 460 free vertically split 1:2; a second monitor keeps its origin; too large a
+    // window starts at the screen's corner.
     EXPECT_EQ(centeredRect({0, 0, 1920, 1080}, 1200, 620), (ZELRect{360, 460.0 / 3, 1200, 620}));
-    // A second monitor to the right keeps its own origin.
     EXPECT_EQ(centeredRect({1920, 0, 1280, 1024}, 340, 150).x, 1920 + 470);
-}
-
-TEST(Geometry, WindowLargerThanTheScreenStartsAtTheScreensCorner) {
     EXPECT_EQ(centeredRect({0, 0, 800, 600}, 1200, 620), (ZELRect{0, 0, 1200, 620}));
 }
 

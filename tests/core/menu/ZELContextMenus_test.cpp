@@ -1,10 +1,13 @@
 #include "core/menu/ZELContextMenus.h"
+#include "core/menu/ZELMenuGeometry.h"
 
 #include "core/json/DictionaryJSON.h"
 #include "core/json/HXAddtions.h"
 #include "core/support/TestSupport.h"
 
 #include <gtest/gtest.h>
+
+#include <limits>
 
 namespace zel {
 namespace {
@@ -15,12 +18,8 @@ std::string outline(const ZELMenu& menu) {
                                           "create", "remove", "rename", "addToList"};
     std::string out;
     for (const ZELMenuItem& item : menu.items) {
-        if (!out.empty()) out += " | ";
-        if (item.separator) {
-            out += "----";
-            continue;
-        }
-        out += item.title;
+        out += out.empty() ? "" : " | ";
+        out += item.separator ? "----" : item.title;
         if (item.action != ZELMenuAction::None)
             out += std::string("[") + actions[static_cast<int>(item.action)] + "]";
         if (item.submenu) out += ">{" + outline(*item.submenu) + "}";
@@ -47,132 +46,102 @@ struct ChoiceRecorder : ZELMenuControllerDelegate {
     std::vector<std::string> calls;
 };
 
-class ContextMenusTest : public testing::Test {
-  protected:
-    void SetUp() override { menus.setDelegate(&recorder); }
+struct ContextMenusTest : testing::Test {
+    ContextMenusTest() { menus.setDelegate(&recorder); }
     // The chosen item by path of indexes, as the toolkit would hand it back.
     void choose(const ZELMenu& menu, std::size_t index, std::optional<std::size_t> subIndex = std::nullopt) {
         const ZELMenuItem& item = menu.items.at(index);
         menus.perform(subIndex ? item.submenu->items.at(*subIndex) : item);
     }
-
-    const Value song =
-        json(R"({"songId":42,"songName":"S","albumName":"Al","artistName":"Ar","source":"x"})");
     ZELContextMenus menus;
     ChoiceRecorder recorder;
+    test::LogCapture log;
 };
 
-TEST_F(ContextMenusTest, SongMenuChosenBySourceExactly) {
-    const char* normal =
-        "下载到iTunes[addITunes] | 收藏[love] | 添加到歌单>{创建歌单[create] | ---- | xxxx[addToList]}";
-    const char* fav =
-        "取消收藏[delove] | 下载到iTunes[addITunes] | 添加到歌单>{创建歌单[create] | ---- | xxxx[addToList]}";
-    const char* itunes = "从iTunes移除[removeITunes]";
-    EXPECT_EQ(outline(menus.songMenu(json(R"({"source":"itunes"})"))), itunes);
-    EXPECT_EQ(outline(menus.songMenu(json(R"({"source":"fav"})"))), fav);
-    EXPECT_EQ(outline(menus.songMenu(json(R"({"source":"Itunes"})"))), normal);
-    EXPECT_EQ(outline(menus.songMenu(json(R"({"source":"FAV"})"))), normal);
-    EXPECT_EQ(outline(menus.songMenu(json(R"({"source":7})"))), normal);
-    EXPECT_EQ(outline(menus.songMenu(json(R"({"songId":1})"))), normal);
-    EXPECT_EQ(outline(menus.songMenu(Value::object())), normal);
-    EXPECT_EQ(menus.songMenu(song).title, "Contextual Menu");
-    EXPECT_EQ(menus.songMenu(song).items[2].submenu->title, "歌单");
-}
+TEST_F(ContextMenusTest, SongMenuChosenBySourceExactlyWithPlaylistsNewestFirst) {
+    const std::string lists = ">{创建歌单[create] | ---- | xxxx[addToList]}";
+    const std::string normal = "下载到iTunes[addITunes] | 收藏[love] | 添加到歌单" + lists;
+    const std::pair<const char*, std::string> rows[] = {
+        {R"({"source":"itunes"})", "从iTunes移除[removeITunes]"},
+        {R"({"source":"fav"})", "取消收藏[delove] | 下载到iTunes[addITunes] | 添加到歌单" + lists},
+        {R"({"source":"Itunes"})", normal},
+        {R"({"source":"FAV"})", normal},
+        {R"({"source":7})", normal},
+        {"{}", normal},
+    };
+    for (const auto& [song, expected] : rows)
+        EXPECT_EQ(outline(menus.songMenu(json(song))), expected) << song;
+    EXPECT_EQ(menus.songMenu(json("{}")).title, "Contextual Menu");
+    EXPECT_EQ(menus.songMenu(json("{}")).items[2].submenu->title, "歌单");
 
-TEST_F(ContextMenusTest, PlaylistsListedNewestFirstBelowTheSeparator) {
     menus.updateSongMenuDiyListData(
         json(R"([{"id":1,"name":"A"},{"id":"2","name":"B"},{"id":3,"name":"C"}])"));
-    EXPECT_EQ(outline(*menus.generateSongMenuNormal(song).items[2].submenu),
+    EXPECT_EQ(outline(*menus.generateSongMenuFav(json("{}")).items[2].submenu),
               "创建歌单[create] | ---- | C[addToList] | B[addToList] | A[addToList]");
-
-    menus.updateSongMenuDiyListData(Value::array());
-    EXPECT_EQ(outline(*menus.generateSongMenuFav(song).items[2].submenu), "创建歌单[create] | ----");
-
     // Entries cut short by the plugin: no name gives no title, a number name reads as its text.
-    menus.updateSongMenuDiyListData(json(R"([{"id":5},{},{"id":6,"name":12}])"));
-    EXPECT_EQ(outline(*menus.generateSongMenuNormal(song).items[2].submenu),
-              "创建歌单[create] | ---- | 12[addToList] | [addToList] | [addToList]");
-
-    // Not an array: the playlists stay.
-    test::LogCapture log;
-    menus.updateSongMenuDiyListData(json(R"({"id":1})"));
-    EXPECT_EQ(menus.diyListArray().size(), 3u);
+    menus.updateSongMenuDiyListData(json(R"([{"id":5},{"id":6,"name":12}])"));
+    EXPECT_EQ(outline(*menus.generateSongMenuNormal(json("{}")).items[2].submenu),
+              "创建歌单[create] | ---- | 12[addToList] | [addToList]");
+    menus.updateSongMenuDiyListData(json(R"({"id":1})"));  // not an array: the playlists stay
+    EXPECT_EQ(menus.diyListArray().size(), 2u);
     EXPECT_EQ(log.lines, std::vector<std::string>{R"(updateSongMenuDiyListData: ignored {"id":1})"});
 }
 
-TEST_F(ContextMenusTest, EveryItemCarriesItsRecord) {
-    const ZELMenu normal = menus.generateSongMenuNormal(song);
-    EXPECT_EQ(normal.items[0].representedObject, song);
-    EXPECT_EQ(normal.items[1].representedObject, song);
-    EXPECT_TRUE(isNil(normal.items[2].representedObject));
-    const ZELMenu& sub = *normal.items[2].submenu;
-    EXPECT_TRUE(isNil(sub.items[0].representedObject));
-    EXPECT_EQ(
-        hx::description(sub.items[2].representedObject),
-        R"({"song":{"songId":42,"songName":"S","albumName":"Al","artistName":"Ar","source":"x"},"listId":123})");
-
-    const Value list = json(R"({"listId":"L9","name":"N"})");
-    const ZELMenu listMenu = menus.generateDiyListMenu(list);
-    EXPECT_EQ(outline(listMenu), "重命名歌单[rename] | 删除歌单...[remove]");
-    EXPECT_EQ(listMenu.items[0].representedObject, list);
-    EXPECT_EQ(listMenu.items[1].representedObject, list);
-
-    // Everything is enabled: action items, and the submenu item because of its submenu.
-    for (const ZELMenuItem& item : normal.items) EXPECT_TRUE(item.enabled()) << item.title;
-    EXPECT_FALSE(sub.items[1].enabled());
-}
-
 TEST_F(ContextMenusTest, ChoicesReachTheDelegateWithTheirRecords) {
-    menus.updateSongMenuDiyListData(json(R"([{"id":7,"name":"A"},{"name":"NoId"}])"));
     const ZELMenu normal = menus.generateSongMenuNormal(json(R"({"songId":1})"));
-    const ZELMenu fav = menus.generateSongMenuFav(json(R"({"songId":2,"source":"fav"})"));
-    const ZELMenu itunes = menus.generateSongMenuItunes(json(R"({"songId":3,"source":"itunes"})"));
-    const ZELMenu list = menus.generateDiyListMenu(json(R"({"listId":4})"));
-    test::LogCapture log;
-    choose(normal, 0);
-    choose(normal, 1);
-    choose(normal, 2);  // only opens the submenu
-    choose(normal, 2, 0);
-    choose(normal, 2, 1);  // the separator
-    choose(normal, 2, 2);  // NoId, now on top
-    choose(normal, 2, 3);
-    choose(fav, 0);
-    choose(itunes, 0);
-    choose(list, 0);
-    choose(list, 1);
-    EXPECT_EQ(recorder.calls, (std::vector<std::string>{
-                                  R"(addSongToITunes {"songId":1})",
-                                  R"(loveSong {"songId":1})",
-                                  "createDiyList",
-                                  R"(addSongToDiyList {"songId":1} (null))",
-                                  R"(addSongToDiyList {"songId":1} 7)",
-                                  R"(deloveSong {"songId":2,"source":"fav"})",
-                                  R"(removeSongFromITunes {"songId":3,"source":"itunes"})",
-                                  R"(renameDiyList {"listId":4})",
-                                  R"(removeDiyList {"listId":4})",
-                              }));
-    EXPECT_EQ(log.lines, (std::vector<std::string>{"diyListId (null)", "diyListId 7"}));
+    EXPECT_EQ(hx::description(normal.items[2].submenu->items[2].representedObject),
+              R"({"song":{"songId":1},"listId":123})");
+    for (const ZELMenuItem& item : normal.items) EXPECT_TRUE(item.enabled()) << item.title;
+    EXPECT_FALSE(normal.items[2].submenu->items[1].enabled());  // the separator
 
+    menus.updateSongMenuDiyListData(json(R"([{"id":7,"name":"A"},{"name":"NoId"}])"));
+    const ZELMenu song = menus.generateSongMenuNormal(json(R"({"songId":1})"));
+    const ZELMenu fav = menus.generateSongMenuFav(json(R"({"songId":2})"));
+    const ZELMenu itunes = menus.generateSongMenuItunes(json(R"({"songId":3})"));
+    const ZELMenu list = menus.generateDiyListMenu(json(R"({"listId":4})"));
+    EXPECT_EQ(outline(list), "重命名歌单[rename] | 删除歌单...[remove]");
+    // The submenu item only opens its submenu; the separator does nothing.
+    const std::tuple<const ZELMenu*, int, int> choices[] = {
+        {&song, 0, -1}, {&song, 1, -1}, {&song, 2, -1}, {&song, 2, 0},    {&song, 2, 1},  {&song, 2, 2},
+        {&song, 2, 3},  {&fav, 0, -1},  {&fav, 1, -1},  {&itunes, 0, -1}, {&list, 0, -1}, {&list, 1, -1}};
+    for (const auto& [menu, index, sub] : choices)
+        choose(*menu, index, sub < 0 ? std::nullopt : std::optional<std::size_t>(sub));
+    EXPECT_EQ(recorder.calls, (std::vector<std::string>{
+                                  R"(addSongToITunes {"songId":1})", R"(loveSong {"songId":1})",
+                                  "createDiyList", R"(addSongToDiyList {"songId":1} (null))",
+                                  R"(addSongToDiyList {"songId":1} 7)", R"(deloveSong {"songId":2})",
+                                  R"(addSongToITunes {"songId":2})", R"(removeSongFromITunes {"songId":3})",
+                                  R"(renameDiyList {"listId":4})", R"(removeDiyList {"listId":4})"}));
     // Without a delegate a choice is only logged.
     menus.setDelegate(nullptr);
-    choose(normal, 1);
-    choose(normal, 2, 3);
-    EXPECT_EQ(recorder.calls.size(), 9u);
-    EXPECT_EQ(log.lines.back(), "diyListId 7");
+    choose(song, 2, 3);
+    EXPECT_EQ(recorder.calls.size(), 10u);
+    EXPECT_EQ(log.lines, (std::vector<std::string>{"diyListId (null)", "diyListId 7", "diyListId 7"}));
 }
 
 TEST_F(ContextMenusTest, PopUpsLogAndConvertTheClickPoint) {
-    test::LogCapture log;
+    const Value song = json(R"({"songId":42,"source":"x"})");
     const ZELMenuPopUp songPopUp = menus.songMenuPopUp(song, {100, 30}, 600);
     EXPECT_EQ(songPopUp.location, (ZELPoint{100, 570}));
     EXPECT_EQ(outline(songPopUp.menu), outline(menus.generateSongMenuNormal(song)));
-    const ZELMenuPopUp cutShort = menus.songMenuPopUp(Value::object(), {5, 6}, 0);
-    EXPECT_EQ(cutShort.location, (ZELPoint{5, -6}));
-    const ZELMenuPopUp listPopUp =
-        menus.diyListMenuPopUp(json(R"({"listId":"L1","name":"N"})"), {0, 600}, 600);
-    EXPECT_EQ(listPopUp.location, (ZELPoint{0, 0}));
+    EXPECT_EQ(menus.songMenuPopUp(Value::object(), {5, 6}, 0).location, (ZELPoint{5, -6}));
+    EXPECT_EQ(menus.diyListMenuPopUp(json(R"({"listId":"L1"})"), {0, 600}, 600).location, (ZELPoint{0, 0}));
     EXPECT_EQ(log.lines, (std::vector<std::string>{"showSongMenu 42", "songSource x", "showSongMenu (null)",
                                                    "songSource (null)", "showDiyListMenu L1"}));
+}
+
+TEST(MenuGeometryTest, MenuAnchorsPointAtTheClickInsideTheView) {
+    EXPECT_EQ(menuLocationInWindow({100, 30}, 600), (ZELPoint{100, 570}));
+    const double inf = std::numeric_limits<double>::infinity(),
+                 nan = std::numeric_limits<double>::quiet_NaN();
+    const std::pair<ZELPoint, ZELRect> clicks[] = {
+        {{100, 30}, {100, 30, 1, 1}},     {{1199, 599}, {1199, 599, 1, 1}}, {{-40, -5}, {0, 0, 1, 1}},
+        {{5000, 900}, {1199, 599, 1, 1}}, {{inf, -inf}, {1199, 0, 1, 1}},   {{nan, nan}, {0, 0, 1, 1}},
+    };
+    for (const auto& [page, anchor] : clicks)
+        EXPECT_EQ(menuAnchorInView(menuLocationInWindow(page, 600), 1200, 600), anchor)
+            << page.x << "," << page.y;
+    EXPECT_EQ(menuAnchorInView({10, 10}, 0, 0), (ZELRect{0, 0, 1, 1}));  // a view not yet laid out
 }
 
 }  // namespace

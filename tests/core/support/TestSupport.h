@@ -1,45 +1,40 @@
-// Shared fixtures of the core tests: captured log lines, a recording script target, a bridge, a scratch
-// folder.
+// Shared fixtures of the core and platform tests: captured log lines, a recording page behind a bridge, a
+// scratch folder.
 #pragma once
 
 #include "core/bridge/ZELPluginController.h"
 #include "core/bridge/ZELScriptTarget.h"
 #include "core/log/ZELLog.h"
 
-#include <unistd.h>
+#include <stdlib.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <string>
 #include <vector>
 
 namespace zel::test {
 
-class LogCapture {
-  public:
-    LogCapture() {
-        previous_ = setLogSink([this](const std::string& line) { lines.push_back(line); });
-    }
-    ~LogCapture() { setLogSink(previous_); }
+struct LogCapture {
+    LogCapture() : previous(setLogSink([this](const std::string& line) { lines.push_back(line); })) {}
+    ~LogCapture() { setLogSink(previous); }
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;
+    bool has(const std::string& line) const {
+        return std::find(lines.begin(), lines.end(), line) != lines.end();
+    }
 
     std::vector<std::string> lines;
-
-  private:
-    LogSink previous_;
+    LogSink previous;
 };
 
-struct ScriptCall {
-    std::string name;
-    ArgList args;
-};
-
-class RecordingScriptTarget : public ZELScriptTarget {
-  public:
+struct RecordingScriptTarget : ZELScriptTarget {
     void callJavascriptFunc(const std::string& name, const ArgList& params) override {
-        calls.push_back({name, params});
+        names.push_back(name);
+        calls.push_back(params);
     }
-    std::vector<ScriptCall> calls;
+    std::vector<std::string> names;
+    std::vector<ArgList> calls;
 };
 
 // A controller answering into a recording page, with the log captured: the road of a bridge call end to end.
@@ -56,11 +51,8 @@ struct BridgeHarness {
 class ScratchDirectory {
   public:
     ScratchDirectory() {
-        static int counter = 0;
-        path_ = std::filesystem::temp_directory_path() /
-                ("ostrelle-test-" + std::to_string(::getpid()) + "-" + std::to_string(counter++));
-        std::filesystem::remove_all(path_);
-        std::filesystem::create_directories(path_);
+        std::string pattern = (std::filesystem::temp_directory_path() / "ostrelle-test-XXXXXX").string();
+        path_ = ::mkdtemp(pattern.data());
     }
     ~ScratchDirectory() {
         std::error_code ec;

@@ -11,24 +11,13 @@
 
 #include <glib.h>
 
-#include <iostream>
-#include <memory>
-
-namespace {
-
 struct Finished : zel::ZELCacheControllerDelegate {
     void didFinishRefreshingWebCache() override { done = true; }
     bool done = false;
 };
 
-}  // namespace
-
 int main(int argc, char** argv) {
-    if (argc != 6) {
-        std::cerr << "usage: " << argv[0]
-                  << " WORKING_DIR BUNDLE_DIR STATIC_FILE_HOST CONFIG_BASE_URL VERSION\n";
-        return 2;
-    }
+    if (argc != 6) return 2;
     const std::filesystem::path work = argv[1];
     zel::ZELCacheController controller(zel::ZELCacheLocations{work, argv[2], argv[3], argv[4]},
                                        std::make_unique<zel::platform::ZELSoupDownloaderFactory>(),
@@ -37,7 +26,5 @@ int main(int argc, char** argv) {
     controller.setDelegate(&finished);
     controller.refreshLocalCache();
     while (!finished.done) g_main_context_iteration(nullptr, TRUE);
-    if (!zel::fs::writeFileAtomically(work / "cache_version", argv[5])) return 1;
-    zel::zelLog("refresh runner done");
-    return 0;
+    return zel::fs::writeFileAtomically(work / "cache_version", argv[5]) ? 0 : 1;
 }
