@@ -51,6 +51,18 @@ TEST(LogLineTest, SinkReceivesTextAndStderrGetsPrefixedLine) {
     EXPECT_TRUE(hasShape(err, "####-##-## ##:##:##.### ostrelle[*] load raw x\n")) << err;
 }
 
+TEST(LogLineTest, APasswordReachesStderrOnlyAsTheMask) {
+    for (const std::string& password : {std::string(), std::string("s3cr%@t\n\"x"), std::string(300, 'x')}) {
+        SCOPED_TRACE(password);
+        testing::internal::CaptureStderr();
+        zelLog("login %@ %@, %hhd", "alice", Secret(password), true);
+        const std::string err = testing::internal::GetCapturedStderr();
+        const std::size_t text = err.find("] ") + 2;
+        EXPECT_TRUE(hasShape(err.substr(0, text), "####-##-## ##:##:##.### ostrelle[*] ")) << err;
+        EXPECT_EQ(err.substr(text), "login alice ******, 1\n");
+    }
+}
+
 TEST(LogLineTest, ConcurrentLinesStayWhole) {
     test::LogCapture capture;
     std::vector<std::thread> threads;
