@@ -70,6 +70,8 @@ TEST(HXTrimTest, RemovesCharactersWhereverTheyStand) {
     // Bytes that are not UTF-8 are no characters of either set and stay.
     EXPECT_EQ(trim("\xFF \xC2"), "\xFF\xC2");
     EXPECT_EQ(trim("\xE4\xB8\xAD \xE6\x96\x87"), "\xE4\xB8\xAD\xE6\x96\x87");
+    // Removing the line break joins the bytes around it into an ideographic space, which goes too.
+    EXPECT_EQ(trim("1\xE3\x80\n\x80"), "1");
 }
 
 }  // namespace
