@@ -201,6 +201,15 @@ TEST_F(CacheControllerTest, DownloadedFilesLandUnderTheHostAndNeverOutside) {
               "refused cache path for http://static.test:8080/player/mac/build/%2E%2E/%2E%2E/%2E%2E/evil.js");
     EXPECT_FALSE(std::filesystem::exists(work / "evil.js"));
     EXPECT_FALSE(std::filesystem::exists(work / "Cache" / "evil.js"));
+
+    // A folder link planted in the cache does not lead writes out of it.
+    std::filesystem::create_directory(scratch.path() / "outside");
+    std::filesystem::create_directory_symlink(scratch.path() / "outside",
+                                              work / "Cache" / kHost / "player/mac/build/out");
+    for (const char* path : {"out/x.js", "out/new/y.js"}) {
+        c.dataDownloadedForURL("x", std::string("http://static.test:8080/player/mac/build/") + path);
+    }
+    EXPECT_TRUE(std::filesystem::is_empty(scratch.path() / "outside"));
 }
 
 TEST_F(CacheControllerTest, AHostThatCannotNameAFolderDisablesTheCache) {
