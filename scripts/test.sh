@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Builds Ostrelle (installing what it needs) and runs the whole test suite: format check, core tests (also
-# under AddressSanitizer and UBSan), and the shell and end-to-end tests under Xvfb.
+# under AddressSanitizer and UBSan), the shell and end-to-end tests under Xvfb, and a bounded run of each
+# fuzz target (clang, build-fuzz/).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh build -DOSTRELLE_WERROR=ON
@@ -20,3 +21,6 @@ ctest --test-dir build-asan --output-on-failure -j"$(nproc)"
 
 echo "== all tests"
 ctest --test-dir build --output-on-failure -j"$(nproc)"
+
+echo "== fuzzing (bounded)"
+scripts/fuzz.sh --runs 20000

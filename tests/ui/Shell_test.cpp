@@ -157,7 +157,8 @@ TEST_F(LoginTest, TheWebAppOpensTheLoginWindowAndClosesItWithStatusZero) {
     pressKey("Return");
     // The window passes what was typed to the web app, which answers "0" (signed in) through the bridge.
     EXPECT_EQ(expectReport("login")["args"], json::array({"alice", "secret", ""}));
-    expectLog("login alice secret, 1");
+    expectLog("login alice ******, 1");
+    for (const std::string& line : nativeLog()) EXPECT_EQ(line.find("secret"), std::string::npos) << line;
     EXPECT_TRUE(waitUntil([] { return visibleWindows("^用户登录$").empty(); }))
         << "the login window stayed open";
 }

@@ -3,6 +3,7 @@
 #include "core/fs/Files.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -19,8 +20,20 @@ ZELCacheFileStore::ZELCacheFileStore(std::filesystem::path basePath)
 bool ZELCacheFileStore::ensureDirectory(const std::filesystem::path& directory) {
     if (knownDirectories_.count(directory.native()) != 0) return true;
     std::error_code ec;
-    std::filesystem::create_directories(directory, ec);
-    if (ec) return false;
+    std::filesystem::create_directories(base_, ec);
+    // Made one level at a time below the base, each a real folder: a link planted in the cache must not lead
+    // a write (or a new folder) out of it.
+    std::filesystem::path current = base_;
+    for (const std::filesystem::path& part : directory.lexically_relative(base_)) {
+        if (part == ".") continue;
+        if (part == "..") return false;
+        current /= part;
+        struct stat status {};
+        if ((::mkdir(current.c_str(), 0777) != 0 && errno != EEXIST) ||
+            ::lstat(current.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) {
+            return false;
+        }
+    }
     knownDirectories_.insert(directory.native());
     return true;
 }

@@ -25,6 +25,7 @@ class ZELCacheFileStore {
     const std::filesystem::path& basePath() const { return base_; }
 
     // Replaces target (a path inside the base; the caller has checked that) with data, creating directories.
+    // false when a folder on the way is not a real folder (a link leading out of the cache).
     bool writeFile(const std::filesystem::path& target, std::string_view data);
     // Waits until every file written so far is on disk.
     void sync() const;

@@ -5,6 +5,7 @@
 
 #include <charconv>
 #include <cstdint>
+#include <utility>
 
 namespace zel::hx {
 namespace {
@@ -102,18 +103,23 @@ bool isLineBreak(char32_t c) {
     return (c >= 0x0A && c <= 0x0D) || c == 0x85 || c == 0x2028 || c == 0x2029;
 }
 
-// Bytes that are not valid UTF-8 are kept: they are no character of either set.
+// Bytes that are not valid UTF-8 are kept: they are no character of either set. Removing a character between
+// such bytes can join them into one that is to be removed too, so passes repeat until one removes nothing.
 template <class Predicate>
 std::string removeCharacters(const std::string& text, Predicate remove) {
-    std::string out;
-    out.reserve(text.size());
-    for (std::size_t i = 0; i < text.size();) {
-        const utf8::Decoded d = utf8::decode(text, i);
-        const std::size_t length = d.length == 0 ? 1 : d.length;
-        if (d.length == 0 || !remove(d.codePoint)) out.append(text, i, length);
-        i += length;
+    std::string out = text;
+    for (;;) {
+        std::string next;
+        next.reserve(out.size());
+        for (std::size_t i = 0; i < out.size();) {
+            const utf8::Decoded d = utf8::decode(out, i);
+            const std::size_t length = d.length == 0 ? 1 : d.length;
+            if (d.length == 0 || !remove(d.codePoint)) next.append(out, i, length);
+            i += length;
+        }
+        if (next.size() == out.size()) return next;
+        out = std::move(next);
     }
-    return out;
 }
 
 }  // namespace
@@ -163,7 +169,7 @@ std::string trimNewLine(const std::string& text) {
 }
 
 std::string trim(const std::string& text) {
-    return trimNewLine(trimWhiteSpace(text));
+    return removeCharacters(text, [](char32_t c) { return isWhiteSpace(c) || isLineBreak(c); });
 }
 
 }  // namespace zel::hx

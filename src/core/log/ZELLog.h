@@ -15,6 +15,14 @@
 
 namespace zel {
 
+// A password, verification code or cookie as a log argument: it prints as the fixed mask "******" whatever
+// its length, so a log line keeps its text and never carries the secret.
+class Secret {
+  public:
+    static constexpr const char* kMask = "******";
+    explicit Secret(std::string_view /*secret*/) {}
+};
+
 class LogArg {
   public:
     LogArg(const Value& v) : value_(v) {}
@@ -24,6 +32,7 @@ class LogArg {
     LogArg(int i) : value_(i) {}
     LogArg(long i) : value_(i) {}
     LogArg(double d) : value_(d) {}
+    LogArg(Secret) : value_(Secret::kMask) {}
     const Value& value() const { return value_; }
 
   private:

@@ -214,7 +214,7 @@ void MainViewController::logoutButtonClick() {
 
 void MainViewController::login(const std::string& userName, const std::string& password,
                                const std::string& verifyCode, bool /*isPhone*/, bool remember) {
-    zelLog("login %@ %@, %hhd", userName, password, remember);
+    zelLog("login %@ %@, %hhd", userName, Secret(password), remember);
     callJavascriptFunc("login", argList(userName, password, verifyCode));
 }
 

@@ -163,6 +163,39 @@ TEST(CacheControllerFilesTest, FileArraysKeepDuplicatesAndOnlyTheFourKinds) {
                      R"("other":{"/x":"/y"}})");
     EXPECT_EQ(ZELCacheController::getFileArray(maps),
               (std::vector<std::string>{"/a_1.js", "/a_1.js", "/c_2.png"}));
+    EXPECT_TRUE(ZELCacheController::getFileArray(nil()).empty());
+}
+
+TEST_F(CacheControllerTest, DownloadedFilesLandUnderTheHostAndNeverOutside) {
+    ZELCacheController& c = controller();
+    c.dataDownloadedForURL("body", "http://static.test:8080/player/mac/build/js/app_1a.js");
+    EXPECT_EQ(fs::readFile(work / "Cache" / kHost / "player/mac/build/js/app_1a.js"), "body");
+    c.dataDownloadedForURL("new body", "http://static.test:8080/player/mac/build/js/app_1a.js");
+    EXPECT_EQ(fs::readFile(work / "Cache" / kHost / "player/mac/build/js/app_1a.js"), "new body");
+    EXPECT_TRUE(std::filesystem::is_empty(work / "Cache" / ".incoming"));  // nothing half-written left
+
+    c.dataDownloadedForURL("evil", "http://static.test:8080/player/mac/build/%2E%2E/%2E%2E/%2E%2E/evil.js");
+    EXPECT_EQ(log.lines.back(),
+              "refused cache path for http://static.test:8080/player/mac/build/%2E%2E/%2E%2E/%2E%2E/evil.js");
+    EXPECT_FALSE(std::filesystem::exists(work / "evil.js"));
+    EXPECT_FALSE(std::filesystem::exists(work / "Cache" / "evil.js"));
+
+    // A folder link planted in the cache does not lead writes out of it.
+    std::filesystem::create_directory(scratch.path() / "outside");
+    std::filesystem::create_directory_symlink(scratch.path() / "outside",
+                                              work / "Cache" / kHost / "player/mac/build/out");
+    for (const char* path : {"out/x.js", "out/new/y.js"}) {
+        c.dataDownloadedForURL("x", std::string("http://static.test:8080/player/mac/build/") + path);
+    }
+    EXPECT_TRUE(std::filesystem::is_empty(scratch.path() / "outside"));
+}
+
+TEST_F(CacheControllerTest, AHostThatCannotNameAFolderDisablesTheCache) {
+    arrangeNewerCache();
+    ZELCacheController c(ZELCacheLocations{work, bundle, "..", "http://config.test"}, nullptr);
+    EXPECT_EQ(c.cacheFilePath(kAppJS), std::nullopt);
+    c.dataDownloadedForURL("x", "http://../player/mac/build/a.js");
+    EXPECT_FALSE(std::filesystem::exists(work / "player"));
 }
 
 }  // namespace

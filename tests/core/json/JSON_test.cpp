@@ -42,6 +42,8 @@ TEST(HXTrimTest, RemovesCharactersWhereverTheyStand) {
     EXPECT_EQ(hx::trimWhiteSpace("\tx" + nbsp + "y\xE3\x80\x80" + lineSeparator), "xy" + lineSeparator);
     EXPECT_EQ(hx::trimNewLine("x" + nbsp + lineSeparator + "\v\f\xC2\x85"), "x" + nbsp);
     EXPECT_EQ(hx::trim("\xFF \xC2"), "\xFF\xC2");  // bytes that are not UTF-8 stay
+    // Removing the line break joins the bytes around it into an ideographic space, which goes too.
+    EXPECT_EQ(hx::trim("1\xE3\x80\n\x80"), "1");
 }
 
 TEST(DictionaryJSONTest, ParsesJSONAndNothingElse) {

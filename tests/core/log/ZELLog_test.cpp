@@ -45,5 +45,18 @@ TEST(ZELLogTest, LinesGoWholeToTheSinkOrPrefixedToStandardError) {
         << err;
 }
 
+TEST(ZELLogTest, APasswordReachesStandardErrorOnlyAsTheMask) {
+    for (const std::string& password : {std::string(), std::string("s3cr%@t\n\"x"), std::string(300, 'x')}) {
+        SCOPED_TRACE(password);
+        testing::internal::CaptureStderr();
+        zelLog("login %@ %@, %hhd", "alice", Secret(password), true);
+        const std::string err = testing::internal::GetCapturedStderr();
+        EXPECT_TRUE(std::regex_match(
+            err,
+            std::regex(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} ostrelle\[\d+\] login alice \*{6}, 1\n)")))
+            << err;
+    }
+}
+
 }  // namespace
 }  // namespace zel
