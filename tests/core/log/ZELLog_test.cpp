@@ -4,11 +4,22 @@
 
 #include <gtest/gtest.h>
 
-#include <regex>
 #include <thread>
 
 namespace zel {
 namespace {
+
+// Whether text has the shape: '#' stands for one digit, '*' for one or more digits, anything else for itself.
+bool hasShape(std::string_view text, std::string_view shape) {
+    std::size_t t = 0;
+    for (const char s : shape) {
+        const bool digit = t < text.size() && text[t] >= '0' && text[t] <= '9';
+        if ((s == '#' || s == '*') != digit || (s != '#' && s != '*' && (t == text.size() || text[t] != s)))
+            return false;
+        for (++t; s == '*' && t < text.size() && text[t] >= '0' && text[t] <= '9';) ++t;
+    }
+    return t == text.size();
+}
 
 TEST(ZELLogTest, Directives) {
     const std::pair<std::string, std::string> rows[] = {
@@ -34,15 +45,12 @@ TEST(ZELLogTest, LinesGoWholeToTheSinkOrPrefixedToStandardError) {
         }
         for (auto& thread : threads) thread.join();
         ASSERT_EQ(capture.lines.size(), 800u);
-        for (const auto& l : capture.lines)
-            EXPECT_TRUE(std::regex_match(l, std::regex("thread \\d line \\d+"))) << l;
+        for (const auto& l : capture.lines) EXPECT_TRUE(hasShape(l, "thread # line *")) << l;
     }
     testing::internal::CaptureStderr();
     zelLog("load raw %@", "x");
     const std::string err = testing::internal::GetCapturedStderr();
-    EXPECT_TRUE(std::regex_match(
-        err, std::regex(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} ostrelle\[\d+\] load raw x\n)")))
-        << err;
+    EXPECT_TRUE(hasShape(err, "####-##-## ##:##:##.### ostrelle[*] load raw x\n")) << err;
 }
 
 TEST(ZELLogTest, APasswordReachesStandardErrorOnlyAsTheMask) {
