@@ -59,10 +59,9 @@ TEST(ZELLogTest, APasswordReachesStandardErrorOnlyAsTheMask) {
         testing::internal::CaptureStderr();
         zelLog("login %@ %@, %hhd", "alice", Secret(password), true);
         const std::string err = testing::internal::GetCapturedStderr();
-        EXPECT_TRUE(std::regex_match(
-            err,
-            std::regex(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} ostrelle\[\d+\] login alice \*{6}, 1\n)")))
-            << err;
+        const std::size_t text = err.find("] ") + 2;
+        EXPECT_TRUE(hasShape(err.substr(0, text), "####-##-## ##:##:##.### ostrelle[*] ")) << err;
+        EXPECT_EQ(err.substr(text), "login alice ******, 1\n");
     }
 }
 
