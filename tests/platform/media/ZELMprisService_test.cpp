@@ -4,6 +4,7 @@
 #include "platform/media/ZELMprisService.h"
 
 #include "core/log/ZELLog.h"
+#include "platform/support/Loopback.h"
 
 #include <gio/gio.h>
 #include <gtest/gtest.h>
@@ -15,6 +16,8 @@
 namespace zel {
 namespace {
 
+using test::runUntil;
+
 struct Recorder : ZELMprisServiceDelegate {
     void mprisPlayPause() override { calls.push_back("PlayPause"); }
     void mprisPlay() override { calls.push_back("Play"); }
@@ -24,17 +27,6 @@ struct Recorder : ZELMprisServiceDelegate {
     void mprisRaise() override { calls.push_back("Raise"); }
     std::vector<std::string> calls;
 };
-
-// Runs the default main context until the condition holds (or a generous limit passes).
-bool spinUntil(const std::function<bool()>& condition) {
-    const gint64 end = g_get_monotonic_time() + 20 * G_USEC_PER_SEC;
-    while (!condition()) {
-        if (g_get_monotonic_time() > end) return false;
-        g_main_context_iteration(nullptr, FALSE);
-        g_usleep(1000);
-    }
-    return true;
-}
 
 class MprisServiceTest : public testing::Test {
   protected:
@@ -81,7 +73,7 @@ class MprisServiceTest : public testing::Test {
                 *static_cast<GAsyncResult**>(out) = G_ASYNC_RESULT(g_object_ref(r));
             },
             &result);
-        EXPECT_TRUE(spinUntil([&] { return result != nullptr; }));
+        EXPECT_TRUE(runUntil([&] { return result != nullptr; }));
         GError* error = nullptr;
         GVariant* reply = g_dbus_connection_call_finish(client, result, &error);
         std::string text = error ? error->message : "";
@@ -103,7 +95,7 @@ TEST_F(MprisServiceTest, DesktopCallsReachTheDelegate) {
     Recorder recorder;
     ZELMprisService service(&recorder);
     service.start();
-    ASSERT_TRUE(spinUntil([&] { return service.isPublished(); }));
+    ASSERT_TRUE(runUntil([&] { return service.isPublished(); }));
     const char* player = "org.mpris.MediaPlayer2.Player";
     for (const char* method : {"PlayPause", "Play", "Pause", "Next", "Previous", "Stop"}) {
         EXPECT_EQ(call(player, method), "") << method;
@@ -126,17 +118,17 @@ TEST_F(MprisServiceTest, ANameOwnedByAnotherProcessIsLoggedAndTakenOverWhenFree)
         other, ZELMprisService::kBusName, G_BUS_NAME_OWNER_FLAGS_NONE,
         [](GDBusConnection*, const gchar*, gpointer done) { *static_cast<bool*>(done) = true; }, nullptr,
         &owned, nullptr);
-    ASSERT_TRUE(spinUntil([&] { return owned; }));
+    ASSERT_TRUE(runUntil([&] { return owned; }));
 
     Recorder recorder;
     ZELMprisService service(&recorder);
     service.start();
-    ASSERT_TRUE(spinUntil([&] { return !log.empty(); }));
+    ASSERT_TRUE(runUntil([&] { return !log.empty(); }));
     EXPECT_FALSE(service.isPublished());
     // The request waits in the bus's queue: when the other owner leaves, the player appears.
     g_bus_unown_name(id);
     g_object_unref(other);
-    ASSERT_TRUE(spinUntil([&] { return service.isPublished(); }));
+    ASSERT_TRUE(runUntil([&] { return service.isPublished(); }));
     EXPECT_EQ(call("org.mpris.MediaPlayer2.Player", "Next"), "");
     EXPECT_EQ(recorder.calls, std::vector<std::string>{"Next"});
     EXPECT_EQ(log,
@@ -156,21 +148,21 @@ TEST_F(MprisServiceTest, StepsBackWhileTheWebViewsPlayerIsOnTheBus) {
     Recorder recorder;
     ZELMprisService service(&recorder);
     service.start();
-    ASSERT_TRUE(spinUntil([&] { return !log.empty(); }));
+    ASSERT_TRUE(runUntil([&] { return !log.empty(); }));
     EXPECT_FALSE(service.isPublished());
     for (int round = 0; round < 2; ++round) {
         SCOPED_TRACE(round);
         drop(web);
-        ASSERT_TRUE(spinUntil([&] { return service.isPublished(); }));
+        ASSERT_TRUE(runUntil([&] { return service.isPublished(); }));
         EXPECT_EQ(call("org.mpris.MediaPlayer2.Player", "Next"), "");
         // Appearing while the player is published (a signal of the bus): the name is released.
         web = own(webPlayer);
-        ASSERT_TRUE(spinUntil([&] { return !service.isPublished(); }));
+        ASSERT_TRUE(runUntil([&] { return !service.isPublished(); }));
         EXPECT_NE(call("org.mpris.MediaPlayer2.Player", "Next"), "");
     }
     drop(web);
     for (GDBusConnection* other : others) drop(other);
-    ASSERT_TRUE(spinUntil([&] { return service.isPublished(); }));
+    ASSERT_TRUE(runUntil([&] { return service.isPublished(); }));
     EXPECT_EQ(recorder.calls, (std::vector<std::string>{"Next", "Next"}));
     const std::string back = "MPRIS: the page's player left; taking the name back";
     const std::string away =
@@ -190,7 +182,7 @@ TEST(MprisServiceWithoutBusTest, NoSessionBusIsLoggedOnce) {
         Recorder recorder;
         ZELMprisService service(&recorder);
         service.start();
-        EXPECT_TRUE(spinUntil([&] { return !log.empty(); }));
+        EXPECT_TRUE(runUntil([&] { return !log.empty(); }));
         EXPECT_FALSE(service.isPublished());
     }
     setLogSink(previous);
