@@ -19,10 +19,10 @@ void checkHost(const std::string& host) {
                     cache::isSafeDecodedPath(host),
                 "an accepted host names a cache folder: " + host);
     const std::string start = web::startPageURL(host);
-    fuzz::check(web::belongsToWebApp(start) && web::isInAppNavigation(start), "start page of " + host);
-    const std::string address = web::networkAddress(start);
-    const std::optional<cache::URLParts> parts = cache::splitURL(address);
-    fuzz::check(parts && parts->authority == host, "the start page's network address has the host " + host);
+    fuzz::check(web::belongsToWebApp(start) && web::isInAppNavigation(start, web::webAppOrigin(host)),
+                "start page of " + host);
+    const std::optional<cache::URLParts> parts = cache::splitURL(start);
+    fuzz::check(parts && parts->authority == host, "the start page's address has the host " + host);
 }
 
 }  // namespace

@@ -24,8 +24,13 @@ fi
 targets=("$@")
 [ ${#targets[@]} -gt 0 ] || targets=(json bridge cache version command_line)
 
-CXX=clang++ cmake -S . -B build-fuzz -G Ninja -DOSTRELLE_FUZZ=ON -DOSTRELLE_WERROR=ON >/dev/null
-cmake --build build-fuzz --target fuzzers >/dev/null
+# Quiet unless something fails: then the build's own output says what.
+if ! out="$(CXX=clang++ cmake -S . -B build-fuzz -G Ninja -DOSTRELLE_FUZZ=ON -DOSTRELLE_WERROR=ON 2>&1 &&
+  cmake --build build-fuzz --target fuzzers 2>&1)"; then
+  echo "$out" >&2
+  echo "fuzz.sh: the fuzz targets did not build" >&2
+  exit 1
+fi
 
 status=0
 for target in "${targets[@]}"; do
