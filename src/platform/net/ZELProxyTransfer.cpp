@@ -1,6 +1,7 @@
 #include "platform/net/ZELProxyTransfer.h"
 
 #include "core/log/ZELLog.h"
+#include "platform/net/UriText.h"
 
 #include <string_view>
 #include <utility>
@@ -141,9 +142,7 @@ void ZELProxyTransfer::responded(GObject* source, GAsyncResult* result) {
     GError* error = nullptr;
     GInputStream* body = soup_session_send_finish(SOUP_SESSION(source), result, &error);
     if (body == nullptr) {
-        char* url = g_uri_to_string(soup_message_get_uri(upstream_.get()));
-        zelLog("load failed %@: %@", url, error->message);
-        g_free(url);
+        zelLog("load failed %@: %@", uriText(soup_message_get_uri(upstream_.get())), error->message);
         answerBadGateway(msg_.get(), error->message);
         g_error_free(error);
         end();
@@ -172,9 +171,7 @@ void ZELProxyTransfer::clientGone() {
     // The client left before the answer's header arrived (a page that went away): stop the transfer. Once the
     // body flows, the pump sees the client go.
     if (pump_ != nullptr) return;
-    char* url = g_uri_to_string(soup_message_get_uri(upstream_.get()));
-    zelLog("load cancelled %@", url);
-    g_free(url);
+    zelLog("load cancelled %@", uriText(soup_message_get_uri(upstream_.get())));
     end();
 }
 

@@ -1,29 +1,15 @@
 #include "platform/net/ZELWebProxy.h"
 
+#include "core/env/RandomToken.h"
 #include "core/log/ZELLog.h"
+#include "platform/net/UriText.h"
 #include "platform/net/ZELURLHashMapProtocol.h"
 
-#include <random>
 #include <string>
 #include <utility>
 
 namespace zel::platform {
 namespace {
-
-std::string makeSecret() {
-    std::random_device rd;
-    std::uniform_int_distribution<unsigned> digit(0, 15);
-    std::string token;
-    for (int i = 0; i < 32; ++i) token.push_back("0123456789abcdef"[digit(rd)]);
-    return token;
-}
-
-std::string uriText(GUri* uri) {
-    char* text = g_uri_to_string(uri);
-    std::string result = text != nullptr ? text : "";
-    g_free(text);
-    return result;
-}
 
 bool isUpgrade(SoupServerMessage* msg) {
     SoupMessageHeaders* headers = soup_server_message_get_request_headers(msg);
@@ -34,7 +20,7 @@ bool isUpgrade(SoupServerMessage* msg) {
 }  // namespace
 
 ZELWebProxy::ZELWebProxy(ZELURLProtocolDelegate& delegate, Marker marks)
-    : delegate_(delegate), marks_(std::move(marks)), secret_(makeSecret()) {
+    : delegate_(delegate), marks_(std::move(marks)), secret_(randomToken()) {
     server_.reset(soup_server_new(nullptr, nullptr));
     // Like a browser's own connections: as many per host as a page opens, no time limit of the session's own
     // (long polls and streams are the page's business), idle connections closed after a minute.

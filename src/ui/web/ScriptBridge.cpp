@@ -1,11 +1,11 @@
 #include "ui/web/ScriptBridge.h"
 
+#include "core/env/RandomToken.h"
 #include "core/json/DictionaryJSON.h"
 #include "core/log/ZELLog.h"
 #include "core/web/WebAppAddress.h"
 
 #include <cstring>
-#include <random>
 
 namespace zel {
 namespace {
@@ -69,14 +69,6 @@ constexpr const char* kCallFunctionBody =
     "if (typeof f === 'function') f.apply(window, JSON.parse(args));"
     "return null;";
 
-std::string makePrefix() {
-    std::random_device rd;
-    std::uniform_int_distribution<unsigned> digit(0, 15);
-    std::string token;
-    for (int i = 0; i < 32; ++i) token.push_back("0123456789abcdef"[digit(rd)]);
-    return "zel:" + token + ":";
-}
-
 Value callsToValue(const std::vector<std::pair<std::string, ArgList>>& calls) {
     Value list = Value::array();
     for (const auto& [name, args] : calls) {
@@ -89,7 +81,7 @@ Value callsToValue(const std::vector<std::pair<std::string, ArgList>>& calls) {
 
 }  // namespace
 
-ScriptBridge::ScriptBridge() : prefix_(makePrefix()) {}
+ScriptBridge::ScriptBridge() : prefix_("zel:" + randomToken() + ":") {}
 
 void ScriptBridge::install(WebKitUserContentManager* contentManager, const std::string& webAppOrigin) const {
     std::string source = kBridgeScript;
