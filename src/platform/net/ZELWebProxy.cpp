@@ -40,6 +40,14 @@ ZELWebProxy::ZELWebProxy(ZELURLProtocolDelegate& delegate, Marker marks)
                    proxy->secret_ == password;
         },
         this, nullptr);
+    // The web view's network process is one of ours: it is let in without a challenge, which its network
+    // stack would otherwise meet on every request (it never sends proxy credentials before being asked).
+    soup_auth_domain_set_filter(
+        domain,
+        [](SoupAuthDomain*, SoupServerMessage* msg, gpointer self) -> gboolean {
+            return !static_cast<ZELWebProxy*>(self)->peers_.isOwnChild(soup_server_message_get_socket(msg));
+        },
+        this, nullptr);
     soup_server_add_auth_domain(server_.get(), domain);
     g_object_unref(domain);
 }
