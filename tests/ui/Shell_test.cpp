@@ -1,5 +1,5 @@
 // The application around the web view, driven the way a user and the desktop drive it: start-up, a second
-// launch, the exported actions, the search field and the login and feedback windows.
+// launch, the exported actions and the search field.
 #include "Desktop.h"
 #include "ShellTest.h"
 
@@ -11,17 +11,6 @@ namespace zel::test {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
-
-// Waits for the one visible window with this title.
-XWindow expectSingleWindow(const std::string& title) {
-    std::vector<XWindow> windows;
-    if (!waitUntil([&] { return (windows = visibleWindows("^" + title + "$")).size() == 1; })) {
-        throw WaitTimeout("no single visible window \"" + title + "\" (found " +
-                          std::to_string(windows.size()) + ")");
-    }
-    return windows.front();
-}
 
 XWindow expectMainWindow() {
     std::optional<XWindow> window;
@@ -80,26 +69,6 @@ TEST_F(ActionsTest, HelpOpensTheServiceHomePageInTheBrowser) {
     EXPECT_THAT(browserLog(), ElementsAre("http://home.example.test/"));
 }
 
-TEST_F(ActionsTest, FeedbackOpensOneWindowWhoseTextGoesToTheWebApp) {
-    launch("feedback");
-    expectReport("ready");
-    activateApplicationAction("feedback");
-    const std::size_t first = expectLog("showFeedbackWindow");
-    const XWindow window = expectSingleWindow("意见反馈");
-    activateApplicationAction("feedback");
-    expectLog("showFeedbackWindow", first + 1);
-    EXPECT_EQ(expectSingleWindow("意见反馈"), window);
-
-    ASSERT_TRUE(waitUntil([&] { return focusedWindow() == window; }));
-    typeText("hello from the test");
-    pressKey("Tab");
-    typeText("me@example.test");
-    pressKey("Tab");
-    pressKey("Return");
-    EXPECT_EQ(expectReport("feedback")["args"], json::array({"hello from the test", "me@example.test"}));
-    EXPECT_TRUE(waitUntil([] { return visibleWindows("^意见反馈$").empty(); })) << "the window stayed open";
-}
-
 TEST_F(ActionsTest, QuitEndsTheProgram) {
     launch("idle");
     expectReport("ready");
@@ -142,25 +111,6 @@ TEST_F(SearchTest, TypingAndReturnCallTheWebAppInOrder) {
     EXPECT_EQ(previous, query);
     EXPECT_EQ(calls[calls.size() - 2], json::parse(R"({"name":"hideSuggestion","args":[]})"));
     EXPECT_EQ(calls.back(), (json{{"name", "searchQuery"}, {"args", {query}}}));
-}
-
-class LoginTest : public ShellTest {};
-
-TEST_F(LoginTest, TheWebAppOpensTheLoginWindowAndClosesItWithStatusZero) {
-    launch("login");
-    EXPECT_THAT(expectReport("login-shown")["answers"], IsEmpty());
-    const XWindow window = expectSingleWindow("用户登录");
-    ASSERT_TRUE(waitUntil([&] { return focusedWindow() == window; }));
-    typeText("alice");
-    pressKey("Tab");
-    typeText("secret");
-    pressKey("Return");
-    // The window passes what was typed to the web app, which answers "0" (signed in) through the bridge.
-    EXPECT_EQ(expectReport("login")["args"], json::array({"alice", "secret", ""}));
-    expectLog("login alice ******, 1");
-    for (const std::string& line : nativeLog()) EXPECT_EQ(line.find("secret"), std::string::npos) << line;
-    EXPECT_TRUE(waitUntil([] { return visibleWindows("^用户登录$").empty(); }))
-        << "the login window stayed open";
 }
 
 }  // namespace

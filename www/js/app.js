@@ -59,13 +59,28 @@
     $('avatar').hidden = !name;
     if (name) $('avatar').src = avatarSrc;
   }
+  // The service's side of the login window: one demo account; after two failures a verification code is asked
+  // for, its picture served beside the web app.
+  const demo = {user: 'demo', password: 'ostrelle', code: '7k3p'};
+  let failures = 0;
+  let codePictures = 0;
+  function askForCode() {
+    ostrelleNative('cordovaUserLogin', 'setLoginNeedVerifyCode', ['true']);
+    codePictures += 1;
+    const src = new URL(`img/verifycode.png?n=${codePictures}`, location.href).href;
+    ostrelleNative('cordovaUserLogin', 'setLoginVerifyCodeImageSrc', [src]);
+  }
+  function refuse(message) {
+    failures += 1;
+    ostrelleNative('cordovaUserLogin', 'setLoginErrorMessage', [message]);
+    if (failures >= 2) askForCode();
+  }
   window.login = (user, password, code) => {
     note(`login ${user}`);
-    if (!password) {
-      ostrelleNative('cordovaUserLogin', 'setLoginErrorMessage', ['请输入密码']);
-      ostrelleNative('cordovaUserLogin', 'setLoginStatus', ['1']);
-      return;
-    }
+    if (!user || !password) return refuse('请输入用户名和密码');
+    if (failures >= 2 && code.toLowerCase() !== demo.code) return refuse('验证码错误，请重新输入');
+    if (user !== demo.user || password !== demo.password) return refuse('用户名或密码错误');
+    failures = 0;
     ostrelleNative('cordovaUserLogin', 'setLoginStatus', ['0']);
     showUser(user);
   };
@@ -73,8 +88,15 @@
     showUser('');
     note('logout');
   };
-  window.updateVerifyCode = () => note('updateVerifyCode');
-  window.feedback = (text, contact) => note(`feedback ${text} ${contact}`);
+  window.updateVerifyCode = () => {
+    note('updateVerifyCode');
+    askForCode();
+  };
+  window.feedback = (text, contact) => {
+    note('feedback');
+    $('feedback-text').textContent = text;
+    $('feedback-contact').textContent = contact || '(未填写)';
+  };
   // Song rows and the user's playlists open the native context menus; the menu choices come back here.
   const library = [
     {songId: 1, songName: '晴天', albumName: '叶惠美', artistName: '周杰伦', source: 'list'},
