@@ -6,6 +6,8 @@
 
 #include <cmath>
 #include <memory>
+#include <optional>
+#include <utility>
 
 namespace zel {
 
@@ -34,27 +36,52 @@ void centerOnScreen(Gtk::Window& window) {
     }
 }
 
+namespace {
+
+// The X window of a realised toplevel, with its display; nullopt elsewhere (Wayland).
+struct XSurface {
+    Display* display;
+    ::Window window;
+};
+std::optional<XSurface> xSurface(Gtk::Window& window) {
+    GdkSurface* surface = gtk_native_get_surface(GTK_NATIVE(window.gobj()));
+    if (!surface || !GDK_IS_X11_SURFACE(surface)) return std::nullopt;
+    return XSurface{gdk_x11_display_get_xdisplay(gdk_surface_get_display(surface)),
+                    gdk_x11_surface_get_xid(surface)};
+}
+
+std::pair<int, int> rootPosition(const XSurface& s) {
+    int x = 0, y = 0;
+    ::Window child = 0;
+    XTranslateCoordinates(s.display, s.window, DefaultRootWindow(s.display), 0, 0, &x, &y, &child);
+    return {x, y};
+}
+
+}  // namespace
+
 void centerOnWindow(Gtk::Window& window, Gtk::Window& parent) {
-    auto place = [&window, &parent] {
-        GdkSurface* surface = gtk_native_get_surface(GTK_NATIVE(window.gobj()));
-        GdkSurface* parentSurface = gtk_native_get_surface(GTK_NATIVE(parent.gobj()));
-        if (!surface || !parentSurface || !GDK_IS_X11_SURFACE(surface) || !GDK_IS_X11_SURFACE(parentSurface))
+    // Where the window was when it was hidden; empty before its first showing.
+    auto left = std::make_shared<std::optional<std::pair<int, int>>>();
+    window.signal_map().connect([&window, &parent, left] {
+        const auto self = xSurface(window), over = xSurface(parent);
+        if (!self || !over) return;
+        if (*left) {
+            // A window manager may place a window again when it is shown again (a transient one centred
+            // on its parent, at the size it had when hidden).
+            XMoveWindow(self->display, self->window, (*left)->first, (*left)->second);
             return;
-        Display* display = gdk_x11_display_get_xdisplay(gdk_surface_get_display(surface));
-        int px = 0, py = 0;
-        ::Window child = 0;
-        XTranslateCoordinates(display, gdk_x11_surface_get_xid(parentSurface), DefaultRootWindow(display), 0,
-                              0, &px, &py, &child);
-        int width = window.get_width(), height = window.get_height();
-        if (width <= 0 || height <= 0) window.get_default_size(width, height);
-        XMoveWindow(display, gdk_x11_surface_get_xid(surface), px + (parent.get_width() - width) / 2,
+        }
+        const auto [px, py] = rootPosition(*over);
+        // Not allocated yet at its first mapping: the size it asks for.
+        int width = 0, height = 0, minimum = 0, b1 = 0, b2 = 0;
+        window.measure(Gtk::Orientation::HORIZONTAL, -1, minimum, width, b1, b2);
+        window.measure(Gtk::Orientation::VERTICAL, width, minimum, height, b1, b2);
+        XMoveWindow(self->display, self->window, px + (parent.get_width() - width) / 2,
                     py + (parent.get_height() - height) / 2);
-    };
-    // Only the first showing: a later one finds the window where it was left.
-    auto once = std::make_shared<sigc::connection>();
-    *once = window.signal_map().connect([place, once] {
-        once->disconnect();
-        place();
+    });
+    // Before the toolkit withdraws the window, while the window manager still has it where it is.
+    window.signal_unmap().connect([&window, left] {
+        if (const auto self = xSurface(window)) *left = rootPosition(*self);
     });
 }
 

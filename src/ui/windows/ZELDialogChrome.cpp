@@ -8,10 +8,11 @@ namespace {
 // Entries and buttons at the dialogs' 23 and 25 point heights (the theme's own minimums are taller).
 constexpr const char* kDialogCSS = R"css(
 window.ostrelle-dialog { background: #ececec; }
+window.ostrelle-dialog.solid-csd { padding: 0; border: none; box-shadow: none; border-radius: 0; }
 label.ostrelle-titlebar { background: linear-gradient(#ebebeb, #d5d5d5); border-bottom: 1px solid #b4b4b4;
   color: #4d4d4d; font-family: "Hiragino Sans GB", "Noto Sans CJK SC", sans-serif; font-size: 13px; }
 window.ostrelle-dialog:backdrop label.ostrelle-titlebar { background: #f6f6f6; color: #a8a8a8; }
-entry.ostrelle-field { min-height: 21px; padding: 0 4px; border-radius: 0; font-size: 13px; }
+entry.ostrelle-field { min-height: 21px; padding: 0 2px; border-radius: 0; font-size: 13px; }
 button.ostrelle-textured { min-height: 21px; padding: 0 8px; font-size: 13px; }
 scrolledwindow.ostrelle-field { border: 1px solid #b8b8b8; background: white; }
 textview.ostrelle-field, textview.ostrelle-field text { font-size: 13px; }

@@ -85,6 +85,8 @@ void ZELLoginWindow::setErrorMessage(const Value& message) {
     alert_ = std::make_unique<Gtk::MessageDialog>(*this, "出错了", false, Gtk::MessageType::WARNING,
                                                   Gtk::ButtonsType::NONE, true);
     alert_->set_title("出错了");
+    // One of the application's windows, so the application stays active while it shows.
+    if (auto application = get_application()) application->add_window(*alert_);
     alert_->set_secondary_text(text ? *text : std::string());
     alert_->add_button(localizedString("OK"), Gtk::ResponseType::OK);
     alert_->signal_response().connect([this](int) {

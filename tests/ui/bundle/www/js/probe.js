@@ -249,10 +249,12 @@
       if (e.key === 'l') call('show', 'cordovaUserLogin', 'showLoginWindow', '[]');
     });
     document.addEventListener('copy', () => report('copied', String(window.getSelection())));
-    const text = document.createElement('p');
-    text.textContent = 'copy me';
-    document.body.appendChild(text);
-    window.getSelection().selectAllChildren(text);
+    document.addEventListener('DOMContentLoaded', () => {
+      const text = document.createElement('p');
+      text.textContent = 'copy me';
+      document.body.appendChild(text);
+      window.getSelection().selectAllChildren(text);
+    });
     // Before the login window exists these have nothing to act on.
     call('early', 'cordovaUserLogin', 'setLoginStatus', JSON.stringify(['0']));
     call('early', 'cordovaUserLogin', 'setLoginErrorMessage', JSON.stringify(['no window yet']));
