@@ -138,8 +138,8 @@ TEST_F(DialogsTest, MenuKeysReachFeedbackThePageTheMenuBarAndQuit) {
     pressKey("F10");
     EXPECT_TRUE(waitUntil([&] { return changedArea(before, x11.capture(corner)).has_value(); }))
         << "F10 opened nothing at the top left";
-    pressKey("Escape");
-    pressKey("Escape");
+    // A click outside closes the menus.
+    clickAt(m.x + 600, m.y + 400);
     focusWindow(main);
     ASSERT_TRUE(waitUntil([&] { return focusedWindow() == main; }));
     pressKey("ctrl+q");
