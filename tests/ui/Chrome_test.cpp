@@ -1,18 +1,23 @@
-// The main window's own chrome on a real display: the traffic lights' images by main status and hover, and
-// the search field's calls into the web app.
+// The main window's own chrome on a real display: the traffic lights' images by main status and hover, the
+// search field's calls into the web app, history and the signed-in user, and the window's moves and states
+// under a real window manager.
 #include "Desktop.h"
 #include "ShellTest.h"
 #include "support/X11Probe.h"
 
+#include <libsoup/soup.h>
+
 #include <array>
+#include <atomic>
+#include <future>
 
 namespace zel::test {
 namespace {
 
 class ChromeTest : public ShellTest {
   protected:
-    WindowGeometry showMainWindow(const std::string& testCase) {
-        launch(testCase);
+    WindowGeometry showMainWindow(const std::string& testCase, const std::string& query = {}) {
+        launch(testCase, {}, query);
         expectReport("ready");
         std::optional<XWindow> window;
         if (!waitUntil([&] { return (window = mainWindow()).has_value(); }))
@@ -22,6 +27,51 @@ class ChromeTest : public ShellTest {
             throw WaitTimeout("main window not focused");
         return windowGeometry(*window);
     }
+};
+
+// Serves a 1 x 1 red PNG at /avatar.png on 127.0.0.1, from a libsoup server on a thread of its own.
+class AvatarServer {
+  public:
+    AvatarServer() {
+        std::promise<unsigned> port;
+        thread_ = std::thread([this, &port] {
+            g_main_context_push_thread_default(context_);
+            SoupServer* server = soup_server_new(nullptr, nullptr);
+            soup_server_add_handler(server, "/avatar.png", &AvatarServer::handle, this, nullptr);
+            soup_server_listen_local(server, 0, SOUP_SERVER_LISTEN_IPV4_ONLY, nullptr);
+            GSList* uris = soup_server_get_uris(server);
+            port.set_value(uris ? g_uri_get_port(static_cast<GUri*>(uris->data)) : 0);
+            g_slist_free_full(uris, reinterpret_cast<GDestroyNotify>(g_uri_unref));
+            g_main_loop_run(loop_);
+            g_object_unref(server);
+            g_main_context_pop_thread_default(context_);
+        });
+        url_ = "http://127.0.0.1:" + std::to_string(port.get_future().get()) + "/avatar.png";
+    }
+    ~AvatarServer() {
+        g_main_context_invoke(
+            context_, +[](gpointer loop) { return g_main_loop_quit(static_cast<GMainLoop*>(loop)), 0; },
+            loop_);
+        thread_.join();
+        g_main_loop_unref(loop_);
+        g_main_context_unref(context_);
+    }
+    const std::string& url() const { return url_; }
+    std::atomic<int> requests = 0;
+
+  private:
+    static void handle(SoupServer*, SoupServerMessage* msg, const char*, GHashTable*, gpointer self) {
+        static const char kRedPng[] =
+            "\x89PNG\r\n\x1a\n\0\0\0\rIHDR\0\0\0\x01\0\0\0\x01\x08\x02\0\0\0\x90wS\xde\0\0\0\x0cIDATx\x9c"
+            "c\xf8\xcf\xc0\0\0\x03\x01\x01\0\xc9\xfe\x92\xef\0\0\0\0IEND\xae\x42\x60\x82";
+        ++static_cast<AvatarServer*>(self)->requests;
+        soup_server_message_set_status(msg, 200, nullptr);
+        soup_server_message_set_response(msg, "image/png", SOUP_MEMORY_STATIC, kRedPng, sizeof kRedPng - 1);
+    }
+    GMainContext* context_ = g_main_context_new();
+    GMainLoop* loop_ = g_main_loop_new(context_, FALSE);
+    std::string url_;
+    std::thread thread_;
 };
 
 struct Rgb {
@@ -87,8 +137,9 @@ TEST_F(ChromeTest, TrafficLightsFollowMainStatusAndHover) {
     EXPECT_TRUE(waitUntil([&] { return grey(colours(shot())); })) << "lights stayed lit without the focus";
 }
 
-TEST_F(ChromeTest, SearchFieldCallsTheWebAppInOrder) {
-    const WindowGeometry g = showMainWindow("search");
+TEST_F(ChromeTest, SearchFieldHistoryAndUserReachTheWebApp) {
+    AvatarServer avatar;
+    const WindowGeometry g = showMainWindow("search", "avatar=" + avatar.url());
     // The field's text box: 35 right of the field's left edge (W - 192), 15 below the window's top.
     clickAt(g.x + g.width - 192 + 60, g.y + 26);
     typeText("a");
@@ -105,6 +156,105 @@ TEST_F(ChromeTest, SearchFieldCallsTheWebAppInOrder) {
                          R"({"args":[],"name":"showSuggestion"})", R"({"args":["ab"],"name":"updateQuery"})",
                          R"({"args":[],"name":"showSuggestion"})", R"({"args":[],"name":"hideSuggestion"})",
                          R"({"args":["ab"],"name":"searchQuery"})"}));
+
+    // Back and forward, left of the search field's row.
+    std::size_t back = 0;
+    clickAt(g.x + 21, g.y + 33);
+    EXPECT_EQ(expectReport("popstate", 0, &back)["hash"], "");
+    clickAt(g.x + 48, g.y + 33);
+    EXPECT_EQ(expectReport("popstate", back + 1)["hash"], "#two");
+
+    // The signed-in user's name, and the avatar from the loopback server inside the user area.
+    expectLog("setUserName alice");
+    X11Probe x11;
+    const ScreenRect user{int(g.x + g.width - 415), int(g.y + 5), 200, 42};
+    EXPECT_TRUE(waitUntil([&] {
+        const Screenshot s = x11.capture(user);
+        return std::any_of(s.pixels.begin(), s.pixels.end(), [](std::uint32_t p) {
+            const Rgb c = rgb(p);
+            return c.r > 220 && c.g < 30 && c.b < 30;
+        });
+    })) << "no avatar shown; requests: "
+        << avatar.requests;
+    // The menu button at the user area's right; its one item "退出".
+    const std::size_t from = app().lineCount();
+    clickAt(g.x + g.width - 415 + 187, g.y + 26);
+    pressKey("Return");
+    app().expectLine(
+        [](const OutputLine& l) { return l.text.find(R"(PROBE call {"name":"logout")") != l.text.npos; },
+        "with the web app's logout call", from);
+}
+
+// The window manager's view of the window's state (xprop's _NET_WM_STATE line).
+std::string wmState(XWindow window) {
+    return runCommand({"xprop", "-id", std::to_string(window), "_NET_WM_STATE"}).out;
+}
+bool has(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+TEST_F(ChromeTest, UnderAWindowManagerTheHeaderMovesMinimisesZoomsAndGoesFullScreen) {
+    Process wm("openbox", {"--sm-disable"});
+    ASSERT_TRUE(waitUntil([] {
+        return has(runCommand({"xprop", "-root"}).out, "_NET_SUPPORTING_WM_CHECK");
+    }));
+    const WindowGeometry g = showMainWindow("idle");
+    const XWindow window = *mainWindow();
+    X11Probe x11;
+    const auto lightsLit = [&](long x, long y) {
+        const Rgb c = rgb(x11.capture({int(x) + 13, int(y) + 6, 1, 1}).at(0, 0));
+        return c.r > 200 && c.g < 140;
+    };
+
+    // A drag on the header's empty middle moves the window by the drag's distance.
+    runCommand({"xdotool",
+                "mousemove",
+                std::to_string(g.x + 400),
+                std::to_string(g.y + 20),
+                "mousedown",
+                "1",
+                "mousemove_relative",
+                "--",
+                "10",
+                "5",
+                "sleep",
+                "0.1",
+                "mousemove_relative",
+                "--",
+                "20",
+                "15",
+                "sleep",
+                "0.1",
+                "mouseup",
+                "1"});
+    EXPECT_TRUE(waitUntil([&] {
+        const WindowGeometry now = windowGeometry(window);
+        return now.x == g.x + 30 && now.y == g.y + 20;
+    })) << "window at "
+        << windowGeometry(window).x << "," << windowGeometry(window).y;
+    const WindowGeometry moved = windowGeometry(window);
+
+    clickAt(moved.x + 34, moved.y + 10);
+    EXPECT_TRUE(waitUntil([&] { return has(wmState(window), "_NET_WM_STATE_HIDDEN"); })) << wmState(window);
+    runCommand({"xdotool", "windowactivate", std::to_string(window)});
+    ASSERT_TRUE(waitUntil([&] { return !has(wmState(window), "_NET_WM_STATE_HIDDEN"); })) << wmState(window);
+
+    clickAt(moved.x + 54, moved.y + 10);
+    EXPECT_TRUE(waitUntil([&] { return has(wmState(window), "_NET_WM_STATE_MAXIMIZED_HORZ"); }));
+    const WindowGeometry zoomed = windowGeometry(window);
+    clickAt(zoomed.x + 54, zoomed.y + 10);
+    EXPECT_TRUE(waitUntil([&] { return !has(wmState(window), "_NET_WM_STATE_MAXIMIZED"); }))
+        << wmState(window);
+
+    // Full screen: the full-screen button at the header's right; the traffic lights go and come back.
+    ASSERT_TRUE(waitUntil([&] { return lightsLit(moved.x, moved.y); }));
+    clickAt(moved.x + moved.width - 9, moved.y + 12);
+    EXPECT_TRUE(waitUntil([&] { return has(wmState(window), "_NET_WM_STATE_FULLSCREEN"); }));
+    const WindowGeometry full = windowGeometry(window);
+    EXPECT_TRUE(waitUntil([&] { return !lightsLit(full.x, full.y); })) << "lights shown in full screen";
+    clickAt(full.x + full.width - 9, full.y + 12);
+    EXPECT_TRUE(waitUntil([&] { return !has(wmState(window), "_NET_WM_STATE_FULLSCREEN"); }));
+    EXPECT_TRUE(waitUntil([&] { return lightsLit(moved.x, moved.y); })) << "lights gone after full screen";
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
 // The application around the web view, driven the way a user and the desktop drive it: start-up, a second
-// launch, the exported actions and the search field.
+// launch and the exported actions.
 #include "Desktop.h"
 #include "ShellTest.h"
 
@@ -26,11 +26,11 @@ TEST_F(StartupTest, LogsItsStartInOrderAndThenLoadsTheBundledStartPage) {
     EXPECT_EQ(expectReport("ready", 0, &readyAt)["href"], webAppURL("index.html"));
     // What follows awakeFromNib (setting up the media keys) depends on what the desktop offers.
     const std::vector<std::string> started = withoutLifecycle(nativeLog(0, readyAt));
-    ASSERT_GE(started.size(), 7u);
+    ASSERT_GE(started.size(), 8u);
     EXPECT_THAT(
-        std::vector(started.begin(), started.begin() + 7),
+        std::vector(started.begin(), started.begin() + 8),
         ElementsAre("WebStoragePath is '" + workingDirectory().string() + "', modify in MainViewController.",
-                    "WebStoragePath enabled', modify in MainViewController.",
+                    "WebStoragePath enabled', modify in MainViewController.", "setContentView",
                     "applicationWillFinishLaunching", "[\"" + dataHome().string() + "\"]",
                     "applicationDidFinishLaunching",
                     testing::StartsWith("web proxy listening on http://127.0.0.1:"), "awakeFromNib"));
@@ -76,41 +76,6 @@ TEST_F(ActionsTest, QuitEndsTheProgram) {
     const std::optional<int> status = app().waitForExit();
     ASSERT_TRUE(status.has_value());
     EXPECT_TRUE(WIFEXITED(*status) && WEXITSTATUS(*status) == 0) << "wait status " << *status;
-}
-
-class SearchTest : public ShellTest {};
-
-TEST_F(SearchTest, TypingAndReturnCallTheWebAppInOrder) {
-    launch("search");
-    expectReport("ready");
-    const WindowGeometry main = windowGeometry(expectMainWindow());
-    // The search field sits in the middle of the header strip at the top of the window.
-    clickAt(main.x + main.width / 2, main.y + 22);
-    const std::string query = R"(it's "a\b" ${x})";
-    typeText(query);
-    pressKey("Return");
-    expectLog("submitSearchQuery " + query);
-    app().expectLine(
-        [](const OutputLine& l) { return l.text.find(R"(PROBE call {"name":"searchQuery")") != l.text.npos; },
-        "with the web app's searchQuery call");
-
-    std::vector<json> calls = reportsSoFar("call");
-    ASSERT_GE(calls.size(), 4u);
-    EXPECT_EQ(calls.front(), json::parse(R"({"name":"showSuggestion","args":[]})"));
-    // Then one updateQuery per change, the text growing to the whole query.
-    std::string previous;
-    for (std::size_t i = 1; i + 2 < calls.size(); ++i) {
-        SCOPED_TRACE(calls[i].dump());
-        ASSERT_EQ(calls[i]["name"], "updateQuery");
-        ASSERT_EQ(calls[i]["args"].size(), 1u);
-        const std::string text = calls[i]["args"][0];
-        EXPECT_EQ(query.rfind(text, 0), 0u);
-        EXPECT_GT(text.size(), previous.size());
-        previous = text;
-    }
-    EXPECT_EQ(previous, query);
-    EXPECT_EQ(calls[calls.size() - 2], json::parse(R"({"name":"hideSuggestion","args":[]})"));
-    EXPECT_EQ(calls.back(), (json{{"name", "searchQuery"}, {"args", {query}}}));
 }
 
 }  // namespace

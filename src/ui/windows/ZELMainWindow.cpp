@@ -14,7 +14,7 @@ window.ostrelle-main { background: transparent; border-radius: 10px 10px 6px 6px
 window.ostrelle-main.maximized, window.ostrelle-main.fullscreen, window.ostrelle-main.tiled,
 window.ostrelle-main.tiled-top, window.ostrelle-main.tiled-bottom, window.ostrelle-main.tiled-left,
 window.ostrelle-main.tiled-right { border-radius: 0; box-shadow: none; }
-window.ostrelle-main.solid-csd { padding: 0; box-shadow: none; }
+window.ostrelle-main.solid-csd { padding: 0; border: none; box-shadow: none; }
 .ostrelle-content { background: white; border-radius: 6px; }
 .ostrelle-content.square { border-radius: 0; }
 text.ostrelle-search-text { font-family: "Hiragino Sans GB", "Noto Sans CJK SC", sans-serif; font-size: 12px;
@@ -93,6 +93,20 @@ ZELMainWindow::ZELMainWindow(int contentWidth, int contentHeight)
         updateCorners();
     });
     property_maximized().signal_changed().connect([this] { updateCorners(); });
+    // A debug line at the first frame, for start-up timing (G_MESSAGES_DEBUG=Ostrelle).
+    signal_map().connect([this] {
+        if (firstFrame_.connected() || drawn_) return;
+        const Glib::RefPtr<Gdk::FrameClock> clock = get_frame_clock();
+        if (!clock) return;
+        // After the toolkit's own handler, which draws the window.
+        firstFrame_ = clock->signal_paint().connect(
+            [this] {
+                drawn_ = true;
+                g_log("Ostrelle", G_LOG_LEVEL_DEBUG, "main window first frame");
+                firstFrame_.disconnect();
+            },
+            true);
+    });
     signal_realize().connect([this] {
         surface_ = get_surface() ? get_surface()->gobj() : nullptr;
         if (!surface_ || !GDK_IS_TOPLEVEL(surface_)) return;
@@ -107,6 +121,7 @@ ZELMainWindow::ZELMainWindow(int contentWidth, int contentHeight)
 }
 
 ZELMainWindow::~ZELMainWindow() {
+    firstFrame_.disconnect();
     if (surface_ && surfaceStateHandler_) g_signal_handler_disconnect(surface_, surfaceStateHandler_);
 }
 

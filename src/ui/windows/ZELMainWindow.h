@@ -75,6 +75,8 @@ class ZELMainWindow : public ZELTitledWindow, public ZELWindowHeaderViewDelegate
     Gtk::WindowHandle handle_;
     GdkSurface* surface_ = nullptr;
     gulong surfaceStateHandler_ = 0;
+    sigc::connection firstFrame_;  // disconnected after the first frame and in the destructor
+    bool drawn_ = false;
 };
 
 }  // namespace zel

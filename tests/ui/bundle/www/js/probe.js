@@ -220,11 +220,16 @@
   };
 
   cases.search = function () {
-    for (const name of ['showSuggestion', 'hideSuggestion', 'updateQuery', 'searchQuery']) {
+    for (const name of ['showSuggestion', 'hideSuggestion', 'updateQuery', 'searchQuery', 'logout']) {
       window[name] = function () {
         report('call', {name, args: Array.from(arguments)});
       };
     }
+    // A second history entry for the header's back and forward buttons, and a signed-in user.
+    window.addEventListener('popstate', () => report('popstate', {hash: location.hash}));
+    history.pushState(null, '', '#two');
+    const avatarSrc = params.get('avatar');
+    if (avatarSrc) call('user', 'cordovaUserInfo', 'setUserInfo', JSON.stringify([{nickname: 'alice', avatarSrc}]));
   };
 
   // The login window's road: the first login fails, the second asks for a code (picture at the query's
