@@ -208,7 +208,10 @@ TEST_F(BridgeInputTest, MalformedCallsReadAsMissingArgumentsAndNothingBreaks) {
     // Eleven texts that are not an argument array, then exec without its fourth argument and with a number.
     std::vector<std::string> expected(13, nothing);
     expected.insert(expected.end(), {"ZelUserInfo from toString x", ignored, ignored, ignored});
-    EXPECT_THAT(withoutLifecycle(nativeLog(start, done)), ElementsAreArray(expected));
+    // Each user info call also sets the header's user name ("setUserName ..."): not what is checked here.
+    std::vector<std::string> lines = withoutLifecycle(nativeLog(start, done));
+    std::erase_if(lines, [](const std::string& l) { return l.starts_with("setUserName "); });
+    EXPECT_THAT(lines, ElementsAreArray(expected));
     EXPECT_EQ(expectReport("malformed")["answers"],
               json::parse(R"([{"id":"get","status":0,"result":)" + json(kEmptyVersion).dump() + "}]"));
     EXPECT_FALSE(std::filesystem::exists(workingDirectory() / "cache_version"));

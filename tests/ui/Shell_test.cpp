@@ -1,5 +1,5 @@
 // The application around the web view, driven the way a user and the desktop drive it: start-up, a second
-// launch, the exported actions, the search field and the login and feedback windows.
+// launch and the exported actions.
 #include "Desktop.h"
 #include "ShellTest.h"
 
@@ -11,17 +11,6 @@ namespace zel::test {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
-
-// Waits for the one visible window with this title.
-XWindow expectSingleWindow(const std::string& title) {
-    std::vector<XWindow> windows;
-    if (!waitUntil([&] { return (windows = visibleWindows("^" + title + "$")).size() == 1; })) {
-        throw WaitTimeout("no single visible window \"" + title + "\" (found " +
-                          std::to_string(windows.size()) + ")");
-    }
-    return windows.front();
-}
 
 XWindow expectMainWindow() {
     std::optional<XWindow> window;
@@ -37,11 +26,11 @@ TEST_F(StartupTest, LogsItsStartInOrderAndThenLoadsTheBundledStartPage) {
     EXPECT_EQ(expectReport("ready", 0, &readyAt)["href"], webAppURL("index.html"));
     // What follows awakeFromNib (setting up the media keys) depends on what the desktop offers.
     const std::vector<std::string> started = withoutLifecycle(nativeLog(0, readyAt));
-    ASSERT_GE(started.size(), 7u);
+    ASSERT_GE(started.size(), 8u);
     EXPECT_THAT(
-        std::vector(started.begin(), started.begin() + 7),
+        std::vector(started.begin(), started.begin() + 8),
         ElementsAre("WebStoragePath is '" + workingDirectory().string() + "', modify in MainViewController.",
-                    "WebStoragePath enabled', modify in MainViewController.",
+                    "WebStoragePath enabled', modify in MainViewController.", "setContentView",
                     "applicationWillFinishLaunching", "[\"" + dataHome().string() + "\"]",
                     "applicationDidFinishLaunching",
                     testing::StartsWith("web proxy listening on http://127.0.0.1:"), "awakeFromNib"));
@@ -80,26 +69,6 @@ TEST_F(ActionsTest, HelpOpensTheServiceHomePageInTheBrowser) {
     EXPECT_THAT(browserLog(), ElementsAre("http://home.example.test/"));
 }
 
-TEST_F(ActionsTest, FeedbackOpensOneWindowWhoseTextGoesToTheWebApp) {
-    launch("feedback");
-    expectReport("ready");
-    activateApplicationAction("feedback");
-    const std::size_t first = expectLog("showFeedbackWindow");
-    const XWindow window = expectSingleWindow("意见反馈");
-    activateApplicationAction("feedback");
-    expectLog("showFeedbackWindow", first + 1);
-    EXPECT_EQ(expectSingleWindow("意见反馈"), window);
-
-    ASSERT_TRUE(waitUntil([&] { return focusedWindow() == window; }));
-    typeText("hello from the test");
-    pressKey("Tab");
-    typeText("me@example.test");
-    pressKey("Tab");
-    pressKey("Return");
-    EXPECT_EQ(expectReport("feedback")["args"], json::array({"hello from the test", "me@example.test"}));
-    EXPECT_TRUE(waitUntil([] { return visibleWindows("^意见反馈$").empty(); })) << "the window stayed open";
-}
-
 TEST_F(ActionsTest, QuitEndsTheProgram) {
     launch("idle");
     expectReport("ready");
@@ -107,60 +76,6 @@ TEST_F(ActionsTest, QuitEndsTheProgram) {
     const std::optional<int> status = app().waitForExit();
     ASSERT_TRUE(status.has_value());
     EXPECT_TRUE(WIFEXITED(*status) && WEXITSTATUS(*status) == 0) << "wait status " << *status;
-}
-
-class SearchTest : public ShellTest {};
-
-TEST_F(SearchTest, TypingAndReturnCallTheWebAppInOrder) {
-    launch("search");
-    expectReport("ready");
-    const WindowGeometry main = windowGeometry(expectMainWindow());
-    // The search field sits in the middle of the header strip at the top of the window.
-    clickAt(main.x + main.width / 2, main.y + 22);
-    const std::string query = R"(it's "a\b" ${x})";
-    typeText(query);
-    pressKey("Return");
-    expectLog("submitSearchQuery " + query);
-    app().expectLine(
-        [](const OutputLine& l) { return l.text.find(R"(PROBE call {"name":"searchQuery")") != l.text.npos; },
-        "with the web app's searchQuery call");
-
-    std::vector<json> calls = reportsSoFar("call");
-    ASSERT_GE(calls.size(), 4u);
-    EXPECT_EQ(calls.front(), json::parse(R"({"name":"showSuggestion","args":[]})"));
-    // Then one updateQuery per change, the text growing to the whole query.
-    std::string previous;
-    for (std::size_t i = 1; i + 2 < calls.size(); ++i) {
-        SCOPED_TRACE(calls[i].dump());
-        ASSERT_EQ(calls[i]["name"], "updateQuery");
-        ASSERT_EQ(calls[i]["args"].size(), 1u);
-        const std::string text = calls[i]["args"][0];
-        EXPECT_EQ(query.rfind(text, 0), 0u);
-        EXPECT_GT(text.size(), previous.size());
-        previous = text;
-    }
-    EXPECT_EQ(previous, query);
-    EXPECT_EQ(calls[calls.size() - 2], json::parse(R"({"name":"hideSuggestion","args":[]})"));
-    EXPECT_EQ(calls.back(), (json{{"name", "searchQuery"}, {"args", {query}}}));
-}
-
-class LoginTest : public ShellTest {};
-
-TEST_F(LoginTest, TheWebAppOpensTheLoginWindowAndClosesItWithStatusZero) {
-    launch("login");
-    EXPECT_THAT(expectReport("login-shown")["answers"], IsEmpty());
-    const XWindow window = expectSingleWindow("用户登录");
-    ASSERT_TRUE(waitUntil([&] { return focusedWindow() == window; }));
-    typeText("alice");
-    pressKey("Tab");
-    typeText("secret");
-    pressKey("Return");
-    // The window passes what was typed to the web app, which answers "0" (signed in) through the bridge.
-    EXPECT_EQ(expectReport("login")["args"], json::array({"alice", "secret", ""}));
-    expectLog("login alice ******, 1");
-    for (const std::string& line : nativeLog()) EXPECT_EQ(line.find("secret"), std::string::npos) << line;
-    EXPECT_TRUE(waitUntil([] { return visibleWindows("^用户登录$").empty(); }))
-        << "the login window stayed open";
 }
 
 }  // namespace

@@ -145,11 +145,12 @@ void MainViewController::callJavascriptFunc(const std::string& name, const ArgLi
 
 void MainViewController::showLoginWindow() {
     if (!loginWindow_) {
-        loginWindow_ = std::make_unique<ZELLoginWindow>(kLoginWidth, kLoginHeight);
+        loginWindow_ =
+            std::make_unique<ZELLoginWindow>(kLoginWidth, kLoginHeight, options_.settings.accountHost);
         loginWindow_->setLoginWindowDelegate(this);
         loginWindow_->set_transient_for(*mainWindow_);
         application_.add_window(*loginWindow_);
-        centerOnScreen(*loginWindow_);
+        centerOnWindow(*loginWindow_, *mainWindow_);
     }
     loginWindow_->present();
 }
@@ -166,7 +167,7 @@ void MainViewController::showFeedbackWindow() {
         feedbackWindow_->setFeedbackWindowDelegate(this);
         feedbackWindow_->set_transient_for(*mainWindow_);
         application_.add_window(*feedbackWindow_);
-        centerOnScreen(*feedbackWindow_);
+        centerOnWindow(*feedbackWindow_, *mainWindow_);
     }
     feedbackWindow_->present();
 }

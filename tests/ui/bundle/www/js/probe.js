@@ -220,30 +220,52 @@
   };
 
   cases.search = function () {
-    for (const name of ['showSuggestion', 'hideSuggestion', 'updateQuery', 'searchQuery']) {
+    for (const name of ['showSuggestion', 'hideSuggestion', 'updateQuery', 'searchQuery', 'logout']) {
       window[name] = function () {
         report('call', {name, args: Array.from(arguments)});
       };
     }
+    // A second history entry for the header's back and forward buttons, and a signed-in user.
+    window.addEventListener('popstate', () => report('popstate', {hash: location.hash}));
+    history.pushState(null, '', '#two');
+    const avatarSrc = params.get('avatar');
+    if (avatarSrc) call('user', 'cordovaUserInfo', 'setUserInfo', JSON.stringify([{nickname: 'alice', avatarSrc}]));
   };
 
+  // The login window's road: the first login fails, the second asks for a code (picture at the query's
+  // "code"), the third succeeds. "l" in the page opens the window again; the page's selection is reported when
+  // the native Copy reaches it.
   cases.login = function () {
+    let attempts = 0;
     window.login = function () {
       report('login', {args: Array.from(arguments)});
-      call('status', 'cordovaUserLogin', 'setLoginStatus', JSON.stringify(['0']));
+      attempts += 1;
+      if (attempts === 1) call('e', 'cordovaUserLogin', 'setLoginErrorMessage', JSON.stringify(['密码错误']));
+      if (attempts === 2) {
+        call('n', 'cordovaUserLogin', 'setLoginNeedVerifyCode', JSON.stringify(['true']));
+        call('i', 'cordovaUserLogin', 'setLoginVerifyCodeImageSrc', JSON.stringify([params.get('code')]));
+      }
+      if (attempts >= 3) call('status', 'cordovaUserLogin', 'setLoginStatus', JSON.stringify(['0']));
     };
+    window.feedback = function () {
+      report('feedback', {args: Array.from(arguments)});
+    };
+    document.addEventListener('keydown', (e) => {
+      if (e.key === 'l') call('show', 'cordovaUserLogin', 'showLoginWindow', '[]');
+    });
+    document.addEventListener('copy', () => report('copied', String(window.getSelection())));
+    document.addEventListener('DOMContentLoaded', () => {
+      const text = document.createElement('p');
+      text.textContent = 'copy me';
+      document.body.appendChild(text);
+      window.getSelection().selectAllChildren(text);
+    });
     // Before the login window exists these have nothing to act on.
     call('early', 'cordovaUserLogin', 'setLoginStatus', JSON.stringify(['0']));
     call('early', 'cordovaUserLogin', 'setLoginErrorMessage', JSON.stringify(['no window yet']));
     call('early', 'cordovaUserLogin', 'setLoginNeedVerifyCode', JSON.stringify(['true']));
     call('show', 'cordovaUserLogin', 'showLoginWindow', JSON.stringify([{ignored: true}]));
     report('login-shown', {answers: take()});
-  };
-
-  cases.feedback = function () {
-    window.feedback = function () {
-      report('feedback', {args: Array.from(arguments)});
-    };
   };
 
   cases.scheme = async function () {

@@ -1,0 +1,62 @@
+#include "ui/windows/ZELWindowHeaderView.h"
+
+#include "core/chrome/ZELChromeGeometry.h"
+
+namespace zel {
+
+ZELWindowHeaderView::ZELWindowHeaderView(double width, double height)
+    : ZELPlacedView(int(width), int(height)) {
+    const chrome::ZELHeaderLayout l = chrome::headerLayout(width, height);
+    add(bgView_, l.background);
+    add(userInfoView_, l.userInfo);
+    add(historyBackButton_, l.historyBack);
+    add(historyForwardButton_, l.historyForward);
+    add(inputTextField_, l.searchField);
+    userInfoView_.setDelegate(this);
+    inputTextField_.setSearchTextFieldDelegate(this);
+    historyBackButton_.signalClicked().connect([this] {
+        if (delegate_) delegate_->historyBack();
+    });
+    historyForwardButton_.signalClicked().connect([this] {
+        if (delegate_) delegate_->historyForward();
+    });
+    setLayout([this](double w, double h) { layoutSubviews(w, h); });
+}
+
+void ZELWindowHeaderView::layoutSubviews(double w, double h) {
+    const chrome::ZELHeaderLayout l = chrome::headerLayout(w, h);
+    setFrame(bgView_, l.background);
+    setFrame(userInfoView_, l.userInfo);
+    setFrame(historyBackButton_, l.historyBack);
+    setFrame(historyForwardButton_, l.historyForward);
+    setFrame(inputTextField_, l.searchField);
+}
+
+void ZELWindowHeaderView::updateUserName(const Value& name, const Value& avatarSrc) {
+    userInfoView_.setUserName(name);
+    userInfoView_.setAvatarSrc(avatarSrc);
+}
+
+void ZELWindowHeaderView::submitSearchQuery(const std::string& query) {
+    if (delegate_) delegate_->submitSearchQuery(query);
+}
+void ZELWindowHeaderView::updateSearchQuery(const std::string& query) {
+    if (delegate_) delegate_->updateSearchQuery(query);
+}
+void ZELWindowHeaderView::showSearchSuggestion() {
+    if (delegate_) delegate_->showSearchSuggestion();
+}
+void ZELWindowHeaderView::hideSearchSuggestion() {
+    if (delegate_) delegate_->hideSearchSuggestion();
+}
+void ZELWindowHeaderView::showLoginWindowButtonClick() {
+    if (delegate_) delegate_->showLoginWindowButtonClick();
+}
+void ZELWindowHeaderView::showRegisterWindowButtonClick() {
+    if (delegate_) delegate_->showRegisterWindowButtonClick();
+}
+void ZELWindowHeaderView::logoutButtonClick() {
+    if (delegate_) delegate_->logoutButtonClick();
+}
+
+}  // namespace zel
