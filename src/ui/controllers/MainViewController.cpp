@@ -45,6 +45,7 @@ MainViewController::MainViewController(Gtk::Application& application, const Laun
         std::make_unique<platform::ZELSoupDownloaderFactory>(),
         std::make_unique<platform::ZELBackgroundDiskWorker>());
     cacheController_->setDelegate(appUpdatePlugin_.get());
+    appUpdatePlugin_->setDiskWorker(&cacheController_->diskWorker());
 
     webViewDelegate_ = std::make_unique<ZELWebViewDelegate>();
     webViewDelegate_->setCacheController(cacheController_.get());
