@@ -73,6 +73,7 @@ class ZELWebProxy {
     std::string secret_;
     std::uint16_t port_ = 0;
     GObjectPtr<SoupServer> server_;
+    GObjectPtr<SoupAuthDomain> authDomain_;
     GObjectPtr<SoupSession> session_;
     // Each running job, keyed by its address, with what stops it.
     std::unordered_map<const void*, std::shared_ptr<void>> running_;
