@@ -25,10 +25,11 @@ export LSAN_OPTIONS="suppressions=$PWD/scripts/sanitize-lsan.supp:print_suppress
 export GDK_DEBUG=gl-disable
 status=0
 ctest --test-dir build-sanitize -L ui -E ui.WebDriverTest --output-on-failure -j"$(nproc)" "$@" || status=$?
-# The WebDriver session does not start within its time limit when every allocation is unwound slowly: that
-# suite runs with the fast unwinder and without the leak check (errors are still caught).
+# The WebDriver session does not start within its time limit when every allocation is unwound slowly, nor
+# without GL: that suite runs with the fast unwinder, with GL and without the leak check (errors are still
+# caught).
 if [ $# -eq 0 ]; then
-  ASAN_OPTIONS="detect_leaks=0:halt_on_error=1:log_path=$reports/asan" \
+  GDK_DEBUG= ASAN_OPTIONS="detect_leaks=0:halt_on_error=1:log_path=$reports/asan" \
     ctest --test-dir build-sanitize -R ui.WebDriverTest --output-on-failure || status=$?
 fi
 if compgen -G "$reports/*" >/dev/null; then
