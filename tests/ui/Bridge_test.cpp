@@ -173,7 +173,7 @@ TEST_F(BridgeInputTest, HostileStringsArriveIntact) {
         last = text;
     }
     expectLog(unknownMethodLine("markDone", "cordovaMenu"));
-    EXPECT_EQ(readFile(workingDirectory() / "cache_version"), last);
+    EXPECT_TRUE(waitUntil([&] { return readFile(workingDirectory() / "cache_version") == last; }));
 
     // As a user's name the text reaches the plugin unchanged, also where it holds line feeds or format marks.
     const std::string log = app().text(Stream::Stderr);
@@ -193,7 +193,7 @@ TEST_F(BridgeInputTest, MegabyteArgumentsCrossBothWays) {
 
     const std::string big = std::string(1 << 20, 'x') + "中" + std::string(1000, 'y');
     expectLog(unknownMethodLine("markDone", "cordovaMenu"));
-    EXPECT_TRUE(readFile(workingDirectory() / "cache_version") == big);
+    EXPECT_TRUE(waitUntil([&] { return readFile(workingDirectory() / "cache_version") == big; }));
     EXPECT_NE(app().text(Stream::Stderr).find("] ZelUserInfo " + big + " a\n"), std::string::npos);
 }
 

@@ -107,7 +107,8 @@ TEST_F(WebDriverTest, ScriptsNavigationAndScreenshotsWorkInTheRealProgram) {
         seen["answers"],
         json::parse(
             R"([["get",0,"{\"bundleVersion\":\"0.1.0\",\"cacheVersion\":\"set by \\\"webdriver\\\"\"}"]])"));
-    EXPECT_EQ(readFile(workingDirectory() / "cache_version"), "set by \"webdriver\"");
+    EXPECT_TRUE(
+        waitUntil([&] { return readFile(workingDirectory() / "cache_version") == "set by \"webdriver\""; }));
 
     session.command("POST", "/url",
                     {{"url", "file://" + (bundle_ / "www/second.html").string() + "?case=idle"}});

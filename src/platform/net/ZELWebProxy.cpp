@@ -49,11 +49,15 @@ ZELWebProxy::ZELWebProxy(ZELURLProtocolDelegate& delegate, Marker marks)
         },
         this, nullptr);
     soup_server_add_auth_domain(server_.get(), domain);
-    g_object_unref(domain);
+    authDomain_.reset(domain);
 }
 
 ZELWebProxy::~ZELWebProxy() {
     running_.clear();
+    // The handler and the domain's check point at this proxy: neither may outlive it, whoever still holds
+    // the server.
+    soup_server_remove_handler(server_.get(), nullptr);
+    soup_server_remove_auth_domain(server_.get(), authDomain_.get());
     soup_server_disconnect(server_.get());
     soup_session_abort(session_.get());
 }

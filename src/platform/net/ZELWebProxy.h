@@ -76,6 +76,7 @@ class ZELWebProxy {
     std::uint16_t port_ = 0;
     ZELLoopbackPeer peers_;
     GObjectPtr<SoupServer> server_;
+    GObjectPtr<SoupAuthDomain> authDomain_;
     GObjectPtr<SoupSession> session_;
     // Each running job, keyed by its address, with what stops it.
     std::unordered_map<const void*, std::shared_ptr<void>> running_;
