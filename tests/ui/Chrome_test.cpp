@@ -249,8 +249,14 @@ TEST_F(ChromeTest, UnderAWindowManagerTheHeaderMovesMinimisesZoomsAndGoesFullScr
     // Full screen: the full-screen button at the header's right; the traffic lights go and come back.
     ASSERT_TRUE(waitUntil([&] { return lightsLit(moved.x, moved.y); }));
     clickAt(moved.x + moved.width - 9, moved.y + 12);
-    EXPECT_TRUE(waitUntil([&] { return has(wmState(window), "_NET_WM_STATE_FULLSCREEN"); }));
-    const WindowGeometry full = windowGeometry(window);
+    // The state comes before the new size: wait for the window to cover the screen.
+    const long screenWidth = windowGeometry(rootWindow()).width;
+    WindowGeometry full;
+    EXPECT_TRUE(waitUntil([&] {
+        full = windowGeometry(window);
+        return has(wmState(window), "_NET_WM_STATE_FULLSCREEN") && full.width == screenWidth;
+    })) << wmState(window)
+        << " width " << full.width;
     EXPECT_TRUE(waitUntil([&] { return !lightsLit(full.x, full.y); })) << "lights shown in full screen";
     clickAt(full.x + full.width - 9, full.y + 12);
     EXPECT_TRUE(waitUntil([&] { return !has(wmState(window), "_NET_WM_STATE_FULLSCREEN"); }));
