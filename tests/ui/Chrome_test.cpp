@@ -7,6 +7,7 @@
 
 #include <libsoup/soup.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <future>
@@ -246,13 +247,28 @@ TEST_F(ChromeTest, UnderAWindowManagerTheHeaderMovesMinimisesZoomsAndGoesFullScr
     EXPECT_TRUE(waitUntil([&] { return !has(wmState(window), "_NET_WM_STATE_MAXIMIZED"); }))
         << wmState(window);
 
-    // Full screen: the full-screen button at the header's right; the traffic lights go and come back.
+    // Full screen: the full-screen button at the header's right; the traffic lights go and come back. The
+    // window is laid out anew after each change of size: a click waits until the button's light strokes show.
+    const auto fullScreenClick = [&](const WindowGeometry& w) {
+        EXPECT_TRUE(waitUntil([&] {
+            const Screenshot b = x11.capture({int(w.x + w.width) - 16, int(w.y) + 5, 14, 14});
+            return std::any_of(b.pixels.begin(), b.pixels.end(),
+                               [](std::uint32_t p) { return rgb(p).g > 150; });
+        })) << "no full-screen button at the window's right";
+        clickAt(w.x + w.width - 9, w.y + 12);
+    };
     ASSERT_TRUE(waitUntil([&] { return lightsLit(moved.x, moved.y); }));
-    clickAt(moved.x + moved.width - 9, moved.y + 12);
-    EXPECT_TRUE(waitUntil([&] { return has(wmState(window), "_NET_WM_STATE_FULLSCREEN"); }));
-    const WindowGeometry full = windowGeometry(window);
+    fullScreenClick(moved);
+    // The state comes before the new size: wait for the window to cover the screen.
+    const long screenWidth = windowGeometry(rootWindow()).width;
+    WindowGeometry full;
+    EXPECT_TRUE(waitUntil([&] {
+        full = windowGeometry(window);
+        return has(wmState(window), "_NET_WM_STATE_FULLSCREEN") && full.width == screenWidth;
+    })) << wmState(window)
+        << " width " << full.width;
     EXPECT_TRUE(waitUntil([&] { return !lightsLit(full.x, full.y); })) << "lights shown in full screen";
-    clickAt(full.x + full.width - 9, full.y + 12);
+    fullScreenClick(full);
     EXPECT_TRUE(waitUntil([&] { return !has(wmState(window), "_NET_WM_STATE_FULLSCREEN"); }));
     EXPECT_TRUE(waitUntil([&] { return lightsLit(moved.x, moved.y); })) << "lights gone after full screen";
 }
