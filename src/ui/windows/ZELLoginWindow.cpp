@@ -39,14 +39,7 @@ ZELLoginWindow::ZELLoginWindow(int contentWidth, int contentHeight, const std::s
         false);
 
     const chrome::ZELLoginLayout l = chrome::loginWindowLayout(frameHeight_, false);
-    frameView_.add(usernameTextField_, l.usernameTextField);
-    frameView_.add(passwordTextField_, l.passwordTextField);
-    frameView_.add(verifyCodeTextField_, l.verifyCodeTextField);
-    frameView_.add(verifyCodeImage_, l.verifyCodeImage);
-    frameView_.add(updateVerifyCodeButton_, l.updateVerifyCodeButton);
-    frameView_.add(loginButton_, l.loginButton);
-    frameView_.add(progressIndicator_, l.progressIndicator);
-    frameView_.add(forgetTextField_, l.forgetTextField);
+    for (const auto& [control, frame] : controls()) frameView_.add(*control, l.*frame);
     chrome_->addTrafficLights(frameHeight_);
     frameView_.setLayout([this](double w, double h) { layoutSubviews(w, h); });
     for (Gtk::Widget* w : std::initializer_list<Gtk::Widget*>{
@@ -61,16 +54,21 @@ ZELLoginWindow::~ZELLoginWindow() {
     willClose_.disconnect();
 }
 
+std::array<std::pair<Gtk::Widget*, ZELRect chrome::ZELLoginLayout::*>, 8> ZELLoginWindow::controls() {
+    using L = chrome::ZELLoginLayout;
+    return {{{&usernameTextField_, &L::usernameTextField},
+             {&passwordTextField_, &L::passwordTextField},
+             {&verifyCodeTextField_, &L::verifyCodeTextField},
+             {&verifyCodeImage_, &L::verifyCodeImage},
+             {&updateVerifyCodeButton_, &L::updateVerifyCodeButton},
+             {&loginButton_, &L::loginButton},
+             {&progressIndicator_, &L::progressIndicator},
+             {&forgetTextField_, &L::forgetTextField}}};
+}
+
 void ZELLoginWindow::layoutSubviews(double width, double height) {
     const chrome::ZELLoginLayout l = chrome::loginWindowLayout(height, verifyCodeShown_);
-    frameView_.setFrame(usernameTextField_, l.usernameTextField);
-    frameView_.setFrame(passwordTextField_, l.passwordTextField);
-    frameView_.setFrame(verifyCodeTextField_, l.verifyCodeTextField);
-    frameView_.setFrame(verifyCodeImage_, l.verifyCodeImage);
-    frameView_.setFrame(updateVerifyCodeButton_, l.updateVerifyCodeButton);
-    frameView_.setFrame(loginButton_, l.loginButton);
-    frameView_.setFrame(progressIndicator_, l.progressIndicator);
-    frameView_.setFrame(forgetTextField_, l.forgetTextField);
+    for (const auto& [control, frame] : controls()) frameView_.setFrame(*control, l.*frame);
     chrome_->layout(width, height);
 }
 

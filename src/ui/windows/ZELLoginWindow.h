@@ -8,6 +8,7 @@
 // thread only.
 #pragma once
 
+#include "core/chrome/ZELDialogGeometry.h"
 #include "core/value/Value.h"
 #include "ui/controls/ZELAsyncImageView.h"
 #include "ui/controls/ZELPlacedView.h"
@@ -16,8 +17,10 @@
 
 #include <gtkmm.h>
 
+#include <array>
 #include <memory>
 #include <string>
+#include <utility>
 
 namespace zel {
 
@@ -50,6 +53,8 @@ class ZELLoginWindow : public ZELTitledWindow {
   private:
     void windowWillClose();
     void layoutSubviews(double width, double height);
+    // Each control with its rectangle in a layout, in the order they are added.
+    std::array<std::pair<Gtk::Widget*, ZELRect chrome::ZELLoginLayout::*>, 8> controls();
 
     ZELLoginWindowDelegate* delegate_ = nullptr;
     double frameHeight_;
