@@ -1,5 +1,7 @@
 #include "platform/net/ZELLoopbackPeer.h"
 
+#include "core/fs/Files.h"
+
 #include <glib.h>
 #include <unistd.h>
 
@@ -18,12 +20,7 @@ const char* const kMarkKey = "ostrelle-loopback-peer";
 enum Mark : std::intptr_t { kUnknown = 0, kOurs = 1, kForeign = 2 };
 
 std::string readText(const std::string& path) {
-    gchar* text = nullptr;
-    gsize length = 0;
-    if (!g_file_get_contents(path.c_str(), &text, &length, nullptr)) return {};
-    std::string result(text, length);
-    g_free(text);
-    return result;
+    return fs::readFile(path).value_or(std::string());
 }
 
 // The parent of `pid` from /proc/PID/stat, or 0. The command name in parentheses may hold any character, so
