@@ -7,11 +7,7 @@ namespace zel {
 ZELWindowHeaderView::ZELWindowHeaderView(double width, double height)
     : ZELPlacedView(int(width), int(height)) {
     const chrome::ZELHeaderLayout l = chrome::headerLayout(width, height);
-    add(bgView_, l.background);
-    add(userInfoView_, l.userInfo);
-    add(historyBackButton_, l.historyBack);
-    add(historyForwardButton_, l.historyForward);
-    add(inputTextField_, l.searchField);
+    for (const auto& [control, frame] : controls()) add(*control, l.*frame);
     userInfoView_.setDelegate(this);
     inputTextField_.setSearchTextFieldDelegate(this);
     historyBackButton_.signalClicked().connect([this] {
@@ -23,13 +19,18 @@ ZELWindowHeaderView::ZELWindowHeaderView(double width, double height)
     setLayout([this](double w, double h) { layoutSubviews(w, h); });
 }
 
+std::array<std::pair<Gtk::Widget*, ZELRect chrome::ZELHeaderLayout::*>, 5> ZELWindowHeaderView::controls() {
+    using L = chrome::ZELHeaderLayout;
+    return {{{&bgView_, &L::background},
+             {&userInfoView_, &L::userInfo},
+             {&historyBackButton_, &L::historyBack},
+             {&historyForwardButton_, &L::historyForward},
+             {&inputTextField_, &L::searchField}}};
+}
+
 void ZELWindowHeaderView::layoutSubviews(double w, double h) {
     const chrome::ZELHeaderLayout l = chrome::headerLayout(w, h);
-    setFrame(bgView_, l.background);
-    setFrame(userInfoView_, l.userInfo);
-    setFrame(historyBackButton_, l.historyBack);
-    setFrame(historyForwardButton_, l.historyForward);
-    setFrame(inputTextField_, l.searchField);
+    for (const auto& [control, frame] : controls()) setFrame(*control, l.*frame);
 }
 
 void ZELWindowHeaderView::updateUserName(const Value& name, const Value& avatarSrc) {

@@ -3,6 +3,7 @@
 // owned), the main window. Main thread.
 #pragma once
 
+#include "core/chrome/ZELChromeGeometry.h"
 #include "core/value/Value.h"
 #include "ui/controls/ZELImageButton.h"
 #include "ui/controls/ZELPlacedView.h"
@@ -10,7 +11,9 @@
 #include "ui/controls/ZELUserInfoView.h"
 #include "ui/windows/ZELWindowHeaderBgView.h"
 
+#include <array>
 #include <string>
+#include <utility>
 
 namespace zel {
 
@@ -38,6 +41,8 @@ class ZELWindowHeaderView : public ZELPlacedView,
     void updateUserName(const Value& name, const Value& avatarSrc);
     // Places the header's own subviews for a header w by h.
     void layoutSubviews(double w, double h);
+    // Each control with its rectangle in the header's layout, in the order they are added.
+    std::array<std::pair<Gtk::Widget*, ZELRect chrome::ZELHeaderLayout::*>, 5> controls();
 
     ZELWindowHeaderBgView& bgView() { return bgView_; }
     ZELSearchTextField& inputTextField() { return inputTextField_; }
