@@ -184,13 +184,10 @@ void ZELProxyTransfer::responded(GObject* source, GAsyncResult* result) {
         soup_message_headers_set_encoding(sent, SOUP_ENCODING_CHUNKED);
     }
     if (bodiless) {
-        // Nothing to pump. Reading the (empty) body to its end, which takes no waiting, lets the upstream
-        // connection go back to its pool; closing it unread would not.
-        char none;
-        g_input_stream_read(body, &none, 1, nullptr, nullptr);
+        // Nothing to pump: the answer goes out first, and the upstream side is finished after it (finished).
+        bodiless_ = std::move(owned);
         soup_message_body_complete(soup_server_message_get_response_body(msg_.get()));
         soup_server_message_unpause(msg_.get());
-        end();
         return;
     }
     pump_ = std::make_unique<ZELBodyPump>(msg_.get(), body, -1, [this](bool) { end(); });
@@ -198,7 +195,16 @@ void ZELProxyTransfer::responded(GObject* source, GAsyncResult* result) {
 }
 
 void ZELProxyTransfer::onFinished(SoupServerMessage*, gpointer self) {
-    static_cast<ZELProxyTransfer*>(self)->clientGone();
+    auto* transfer = static_cast<ZELProxyTransfer*>(self);
+    if (transfer->bodiless_ == nullptr) {
+        transfer->clientGone();
+        return;
+    }
+    // Reading the (empty) body to its end, which takes no waiting, lets the upstream connection go back to
+    // its pool; closing it unread would not.
+    char none;
+    g_input_stream_read(transfer->bodiless_.get(), &none, 1, nullptr, nullptr);
+    transfer->end();
 }
 
 void ZELProxyTransfer::clientGone() {
