@@ -173,14 +173,15 @@ void ZELProxyTransfer::responded(GObject* source, GAsyncResult* result) {
     if (soup_message_headers_get_one(received, "Date") != nullptr) soup_message_headers_remove(sent, "Date");
     copyFields(received, sent);
     const bool bodiless = isBodiless(upstream_.get());
-    if (soup_message_headers_get_encoding(received) == SOUP_ENCODING_CONTENT_LENGTH) {
+    if (soup_message_headers_get_encoding(received) == SOUP_ENCODING_CONTENT_LENGTH &&
+        soup_message_get_status(upstream_.get()) != SOUP_STATUS_NO_CONTENT) {
         // For HEAD and 304 this is the length a GET would have had: passed on, no body is sent.
         soup_message_headers_set_content_length(sent, soup_message_headers_get_content_length(received));
     } else {
         // Chunks keep the client's connection open after a body that ends when the origin closes, and after
         // an answer without a body: the web view's network stack takes one with neither a length nor chunks
-        // as ending at close, and the server drops a Content-Length from a 204 (so a 204 says "chunked",
-        // although it carries no body and the client reads none).
+        // as ending at close, and the server drops a Content-Length from a 204, even "0" (so a 204 says
+        // "chunked", although it carries no body and the client reads none).
         soup_message_headers_set_encoding(sent, SOUP_ENCODING_CHUNKED);
     }
     if (bodiless) {
