@@ -1,9 +1,6 @@
-// The application around the web view, driven the way a user and the desktop drive it: start-up, a second
-// launch, the exported actions, the search field and the login and feedback windows.
-#include "Desktop.h"
-#include "ShellTest.h"
-
-#include <sys/wait.h>
+// The application around the web view, driven as a user and the desktop drive it: start-up, the login and
+// feedback windows, the exported actions, a second launch.
+#include "App.h"
 
 #include <gmock/gmock.h>
 
@@ -11,156 +8,86 @@ namespace zel::test {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
+using testing::StartsWith;
 
-// Waits for the one visible window with this title.
-XWindow expectSingleWindow(const std::string& title) {
-    std::vector<XWindow> windows;
-    if (!waitUntil([&] { return (windows = visibleWindows("^" + title + "$")).size() == 1; })) {
-        throw WaitTimeout("no single visible window \"" + title + "\" (found " +
-                          std::to_string(windows.size()) + ")");
-    }
-    return windows.front();
+void type(const std::string& text) {
+    App::xdotool({"type", "--delay", "40", "--", text});
 }
 
-XWindow expectMainWindow() {
-    std::optional<XWindow> window;
-    if (!waitUntil([&] { return (window = mainWindow()).has_value(); })) throw WaitTimeout("no main window");
-    return *window;
+unsigned long singleWindow(const std::string& title) {
+    std::vector<unsigned long> found;
+    if (!waitFor([&] { return (found = App::windows("^" + title + "$")).size() == 1; }))
+        throw std::runtime_error("no single window " + title + ", " + std::to_string(found.size()) +
+                                 " found");
+    return found[0];
 }
 
-class StartupTest : public ShellTest {};
+class Shell : public App {};
 
-TEST_F(StartupTest, LogsItsStartInOrderAndThenLoadsTheBundledStartPage) {
-    launchWithArgs({"--console-log", "--bundle", bundle_.string()});
-    std::size_t readyAt = 0;
-    EXPECT_EQ(expectReport("ready", 0, &readyAt)["href"], webAppURL("index.html"));
-    // What follows awakeFromNib (setting up the media keys) depends on what the desktop offers.
-    const std::vector<std::string> started = withoutLifecycle(nativeLog(0, readyAt));
+TEST_F(Shell, StartsInOrderAndServesItsWindowsActionsAndASecondLaunch) {
+    launch({"--console-log", "--bundle", bundle_.string()});
+    std::size_t at = 0;
+    EXPECT_EQ(report("ready", 0, &at)["href"], webAppURL("index.html"));
+    const std::vector<std::string> started = nativeLog(0, at);
     ASSERT_GE(started.size(), 7u);
-    EXPECT_THAT(
-        std::vector(started.begin(), started.begin() + 7),
-        ElementsAre("WebStoragePath is '" + workingDirectory().string() + "', modify in MainViewController.",
-                    "WebStoragePath enabled', modify in MainViewController.",
-                    "applicationWillFinishLaunching", "[\"" + dataHome().string() + "\"]",
-                    "applicationDidFinishLaunching",
-                    testing::StartsWith("web proxy listening on http://127.0.0.1:"), "awakeFromNib"));
-}
+    EXPECT_THAT(std::vector(started.begin(), started.begin() + 7),
+                ElementsAre("WebStoragePath is '" + workDir().string() + "', modify in MainViewController.",
+                            "WebStoragePath enabled', modify in MainViewController.",
+                            "applicationWillFinishLaunching", "[\"" + dataHome().string() + "\"]",
+                            "applicationDidFinishLaunching",
+                            StartsWith("web proxy listening on http://127.0.0.1:"), "awakeFromNib"));
 
-TEST_F(StartupTest, ASecondLaunchRaisesTheRunningWindow) {
-    launch("idle");
-    expectReport("ready");
-    const XWindow window = expectMainWindow();
-    ASSERT_TRUE(waitUntil([&] { return focusedWindow() == window; }))
-        << "the new window did not get the focus";
-    // With the focus on the root window, keys go to the window under the pointer; so the pointer leaves too.
-    movePointerTo(0, 0);
-    focusWindow(rootWindow());
-    const std::size_t resigned = expectLog("applicationDidResignActive");
-
-    Process second(programPath().string(), {"--bundle", bundle_.string()}, environment());
-    const std::optional<int> status = second.waitForExit();
-    ASSERT_TRUE(status.has_value());
-    EXPECT_TRUE(WIFEXITED(*status) && WEXITSTATUS(*status) == 0) << "wait status " << *status;
-    EXPECT_TRUE(waitUntil([&] { return focusedWindow() == window; })) << "focus is on " << focusedWindow();
-    expectLog("applicationDidBecomeActive", resigned);
-    // The second process only handed over; it built nothing of its own.
-    for (const OutputLine& line : second.lines())
-        EXPECT_FALSE(nativeLogText(line, second.pid())) << line.text;
-}
-
-class ActionsTest : public ShellTest {};
-
-TEST_F(ActionsTest, HelpOpensTheServiceHomePageInTheBrowser) {
-    launch("idle", {"--service-home-url", "http://home.example.test/"});
-    expectReport("ready");
-    activateApplicationAction("help");
-    expectLog("showHelp");
-    EXPECT_TRUE(waitUntil([&] { return !browserLog().empty(); }));
-    EXPECT_THAT(browserLog(), ElementsAre("http://home.example.test/"));
-}
-
-TEST_F(ActionsTest, FeedbackOpensOneWindowWhoseTextGoesToTheWebApp) {
-    launch("feedback");
-    expectReport("ready");
-    activateApplicationAction("feedback");
-    const std::size_t first = expectLog("showFeedbackWindow");
-    const XWindow window = expectSingleWindow("意见反馈");
-    activateApplicationAction("feedback");
-    expectLog("showFeedbackWindow", first + 1);
-    EXPECT_EQ(expectSingleWindow("意见反馈"), window);
-
-    ASSERT_TRUE(waitUntil([&] { return focusedWindow() == window; }));
-    typeText("hello from the test");
-    pressKey("Tab");
-    typeText("me@example.test");
-    pressKey("Tab");
-    pressKey("Return");
-    EXPECT_EQ(expectReport("feedback")["args"], json::array({"hello from the test", "me@example.test"}));
-    EXPECT_TRUE(waitUntil([] { return visibleWindows("^意见反馈$").empty(); })) << "the window stayed open";
-}
-
-TEST_F(ActionsTest, QuitEndsTheProgram) {
-    launch("idle");
-    expectReport("ready");
-    activateApplicationAction("quit");
-    const std::optional<int> status = app().waitForExit();
-    ASSERT_TRUE(status.has_value());
-    EXPECT_TRUE(WIFEXITED(*status) && WEXITSTATUS(*status) == 0) << "wait status " << *status;
-}
-
-class SearchTest : public ShellTest {};
-
-TEST_F(SearchTest, TypingAndReturnCallTheWebAppInOrder) {
-    launch("search");
-    expectReport("ready");
-    const WindowGeometry main = windowGeometry(expectMainWindow());
-    // The search field sits in the middle of the header strip at the top of the window.
-    clickAt(main.x + main.width / 2, main.y + 22);
-    const std::string query = R"(it's "a\b" ${x})";
-    typeText(query);
-    pressKey("Return");
-    expectLog("submitSearchQuery " + query);
-    app().expectLine(
-        [](const OutputLine& l) { return l.text.find(R"(PROBE call {"name":"searchQuery")") != l.text.npos; },
-        "with the web app's searchQuery call");
-
-    std::vector<json> calls = reportsSoFar("call");
-    ASSERT_GE(calls.size(), 4u);
-    EXPECT_EQ(calls.front(), json::parse(R"({"name":"showSuggestion","args":[]})"));
-    // Then one updateQuery per change, the text growing to the whole query.
-    std::string previous;
-    for (std::size_t i = 1; i + 2 < calls.size(); ++i) {
-        SCOPED_TRACE(calls[i].dump());
-        ASSERT_EQ(calls[i]["name"], "updateQuery");
-        ASSERT_EQ(calls[i]["args"].size(), 1u);
-        const std::string text = calls[i]["args"][0];
-        EXPECT_EQ(query.rfind(text, 0), 0u);
-        EXPECT_GT(text.size(), previous.size());
-        previous = text;
-    }
-    EXPECT_EQ(previous, query);
-    EXPECT_EQ(calls[calls.size() - 2], json::parse(R"({"name":"hideSuggestion","args":[]})"));
-    EXPECT_EQ(calls.back(), (json{{"name", "searchQuery"}, {"args", {query}}}));
-}
-
-class LoginTest : public ShellTest {};
-
-TEST_F(LoginTest, TheWebAppOpensTheLoginWindowAndClosesItWithStatusZero) {
-    launch("login");
-    EXPECT_THAT(expectReport("login-shown")["answers"], IsEmpty());
-    const XWindow window = expectSingleWindow("用户登录");
-    ASSERT_TRUE(waitUntil([&] { return focusedWindow() == window; }));
-    typeText("alice");
-    pressKey("Tab");
-    typeText("secret");
-    pressKey("Return");
-    // The window passes what was typed to the web app, which answers "0" (signed in) through the bridge.
-    EXPECT_EQ(expectReport("login")["args"], json::array({"alice", "secret", ""}));
+    // The web app opens the login window; what is typed reaches the page, which answers "signed in".
+    launchPage("case=login", {"--service-home-url", "http://home.example.test/"});
+    EXPECT_EQ(report("login-shown")["answers"], json::array());
+    const unsigned long login = singleWindow("用户登录");
+    ASSERT_TRUE(waitFor([&] { return focused() == login; }));
+    type("alice");
+    keys("Tab");
+    type("secret");
+    keys("Return");
+    EXPECT_EQ(report("login")["args"], json::array({"alice", "secret", ""}));
     expectLog("login alice ******, 1");
     for (const std::string& line : nativeLog()) EXPECT_EQ(line.find("secret"), std::string::npos) << line;
-    EXPECT_TRUE(waitUntil([] { return visibleWindows("^用户登录$").empty(); }))
-        << "the login window stayed open";
+    EXPECT_TRUE(waitFor([] { return windows("^用户登录$").empty(); })) << "the login window stayed open";
+
+    // Feedback twice still shows one window; its text goes to the page.
+    action("feedback");
+    const std::size_t first = expectLog("showFeedbackWindow");
+    const unsigned long feedback = singleWindow("意见反馈");
+    action("feedback");
+    expectLog("showFeedbackWindow", first + 1);
+    EXPECT_EQ(singleWindow("意见反馈"), feedback);
+    ASSERT_TRUE(waitFor([&] { return focused() == feedback; }));
+    type("hello from the test");
+    keys("Tab");
+    type("me@example.test");
+    keys("Tab Return");
+    EXPECT_EQ(report("feedback")["args"], json::array({"hello from the test", "me@example.test"}));
+    EXPECT_TRUE(waitFor([] { return windows("^意见反馈$").empty(); })) << "the feedback window stayed open";
+
+    action("help");
+    expectLog("showHelp");
+    EXPECT_TRUE(waitFor([&] { return !browserLog().empty(); }));
+    EXPECT_THAT(browserLog(), ElementsAre("http://home.example.test/"));
+
+    // A second launch only hands over to the running one, which comes to the front.
+    const unsigned long main = mainWindow().id;
+    ASSERT_TRUE(waitFor([&] { return focused() == main; }));
+    const std::string root = run({"xwininfo", "-root"});
+    xdotool({"mousemove", "0", "0"});  // with the focus on the root, keys go to the window under the pointer
+    xdotool(
+        {"windowfocus", std::to_string(std::stoul(root.substr(root.find("Window id: ") + 11), nullptr, 0))});
+    const std::size_t resigned = expectLog("applicationDidResignActive");
+    Program second({OSTRELLE_PROGRAM, "--bundle", bundle_.string()}, environment());
+    EXPECT_EQ(second.wait(), 0);
+    EXPECT_TRUE(waitFor([&] { return focused() == main; })) << "the window did not come to the front";
+    expectLog("applicationDidBecomeActive", resigned);
+    for (const std::string& line : second.lines())
+        EXPECT_EQ(line.find(" ostrelle["), std::string::npos) << line;
+
+    action("quit");
+    EXPECT_EQ(app().wait(), 0);
 }
 
 }  // namespace

@@ -41,18 +41,17 @@
     report('ready', {build: BUILD, script: await answerOf('js/cache-probe.js'), page: await answerOf('index.html')});
     if (testCase === 'miss') {
       report('miss', {missing: await answerOf('missing.js'), extra: await answerOf('extra.txt')});
-    } else if (testCase === 'refresh') {
-      const version = await answerOf(`version.txt?${Date.now()}`);
-      published = version.body.trim();
-      report('published', version);
-      zelPlugin.exec('refresh', 'cordovaAppUpdate', 'refreshWebCache', '[]');
-    } else if (testCase === 'cancel') {
-      // A file from a server that never answers; a click takes the page elsewhere while it waits.
+      // Then a file from a server that never answers; a click takes the page elsewhere while it waits.
       const script = document.createElement('script');
       script.src = `http://${new URLSearchParams(location.search).get('stall')}/player/mac/www/stall.js`;
       document.head.append(script);
       document.addEventListener('mousedown', () => { location.href = 'index.html?case=after'; });
       report('waiting', {});
+    } else if (testCase === 'refresh') {
+      const version = await answerOf(`version.txt?${Date.now()}`);
+      published = version.body.trim();
+      report('published', version);
+      zelPlugin.exec('refresh', 'cordovaAppUpdate', 'refreshWebCache', '[]');
     } else if (testCase === 'again') {
       zelPlugin.exec('again', 'cordovaAppUpdate', 'refreshWebCache', '[]');
     }

@@ -1,0 +1,222 @@
+// The song and playlist menus and the media keys in the real program (menu-bundle's page). A right click
+// opens a native menu at the click point; a choice calls the page's function with the record's JSON text
+// before the page's request returns, dismissing calls nothing. The media keys reach the page once per press
+// while another application has the focus, unless the user default turns the key tap off; the desktop's media
+// controls (MPRIS) reach the same functions.
+#include "App.h"
+
+#include <gmock/gmock.h>
+
+#include <fstream>
+#include <regex>
+#include <set>
+
+namespace zel::test {
+namespace {
+
+using Strings = std::vector<std::string>;
+
+const char* kMpris = "org.mpris.MediaPlayer2.ostrelle";
+
+class Menus : public App {
+  protected:
+    Menus() { bundle_ = kUiDir / "menu-bundle"; }
+
+    // Starts the page and finds where the web view's top left is, from a left click on its blank part.
+    void start() {
+        launchPage("case=menus");
+        report("ready");
+        const Rect w = mainWindow();
+        const std::size_t from = app().lines().size();
+        click(w.x + w.width / 2, w.y + w.height - 80);
+        const json at = report("click", from);
+        originX_ = w.x + w.width / 2 - at["x"].get<long>();
+        originY_ = w.y + w.height - 80 - at["y"].get<long>();
+    }
+    // The mapped windows on the screen, by id.
+    static std::map<unsigned long, Rect> screenWindows() {
+        static const std::regex line(R"(^\s+(0x[0-9a-f]+) .* (\d+)x(\d+)\+(-?\d+)\+(-?\d+)  )");
+        std::map<unsigned long, Rect> found;
+        std::istringstream in(run({"xwininfo", "-root", "-children"}));
+        for (std::string text; std::getline(in, text);) {
+            std::smatch m;
+            if (!std::regex_search(text, m, line)) continue;
+            const unsigned long id = std::stoul(m[1], nullptr, 16);
+            found[id] = {id, std::stol(m[4]), std::stol(m[5]), std::stol(m[2]), std::stol(m[3])};
+        }
+        return found;
+    }
+    // Right-clicks a page row (songs 0..2, the playlist, a bad request) and returns the menu that appears.
+    Rect openMenu(int row, std::size_t* from = nullptr) {
+        if (from) *from = app().lines().size();
+        const auto before = screenWindows();
+        click(originX_ + 120, originY_ + 60 * row + 30, 3);
+        Rect menu;
+        const bool shown = waitFor([&] {
+            for (const auto& [id, rect] : screenWindows()) {
+                if (!before.count(id) && rect.height > 30 &&
+                    run({"xwininfo", "-id", std::to_string(id)}).find("IsViewable") != std::string::npos)
+                    menu = rect;
+            }
+            return menu.id != 0;
+        });
+        if (!shown) throw std::runtime_error("no menu appeared\n" + app().tail());
+        return menu;
+    }
+    json closed(std::size_t from) { return report("menuClosed", from)["calls"]; }
+    // The page functions called at or after line `from`, as "name(arg, ...)".
+    Strings calls(std::size_t from = 0) {
+        Strings found;
+        for (std::size_t i = from; i < app().lines().size(); ++i) {
+            const auto at = app().lines()[i].find("PROBE called ");
+            if (at == std::string::npos) continue;
+            const json call = json::parse(app().lines()[i].substr(at + 13));
+            std::string text = call["name"].get<std::string>() + "(";
+            for (const json& arg : call["args"]) text += (text.back() == '(' ? "" : ", ") + arg.dump();
+            found.push_back(text + ")");
+        }
+        return found;
+    }
+
+    long originX_ = 0, originY_ = 0;
+};
+
+std::string record(const char* text) {
+    return json(text).dump();
+}
+const std::string kNormal =
+    record(R"({"songId":1,"songName":"晴天","albumName":"叶惠美","artistName":"周杰伦","source":"list"})");
+const std::string kFav = record(
+    R"({"songId":2,"songName":"后来","albumName":"我的失败与伟大","artistName":"刘若英","source":"fav"})");
+const std::string kItunes = record(
+    R"({"songId":"3","songName":"平凡之路","albumName":"猎户星座","artistName":"朴树","source":"itunes"})");
+
+TEST_F(Menus, MenusAndMediaKeysCallThePage) {
+    start();
+    std::size_t from = 0;
+    for (int row : {0, 3}) {  // at the click point, the menu's top left corner at the pointer
+        const Rect menu = openMenu(row, &from);
+        EXPECT_LE(std::abs(menu.x - (originX_ + 120)), 6) << menu.x;
+        EXPECT_LE(std::abs(menu.y - (originY_ + 60 * row + 30)), 6) << menu.y;
+        expectLog(row == 0 ? "songSource list" : "showDiyListMenu 7", from);
+        keys("Escape");
+        EXPECT_EQ(closed(from), json::array());
+    }
+    // The focus starts on the first item. Each row's menu: the keys, the calls made before the request
+    // returned.
+    const std::vector<std::tuple<int, std::string, Strings>> choices{
+        {1, "Return", {"deloveSong(" + kFav + ")"}},
+        {0, "Down Return", {"loveSong(" + kNormal + ")"}},
+        {2, "Return", {"removeSongFromITunes(" + kItunes + ")"}},
+        {3, "Down Return", {R"(removeDiyList("{\"listId\":7,\"name\":\"A\"}"))"}},
+        // 添加到歌单 opens the submenu: 创建歌单, a separator, then the newest playlist first.
+        {0, "Down Down Return Down Return", {"addSongToDiyList(" + kNormal + ", 9)"}},
+        {1, "Down Down Return Down Down Return", {"addSongToDiyList(" + kFav + ", 7)"}},
+        {1, "Down Down Return Return", {"createDiyList()"}},
+    };
+    for (const auto& [row, pressed, expected] : choices) {
+        SCOPED_TRACE(pressed + " on row " + std::to_string(row));
+        openMenu(row, &from);
+        keys(pressed);
+        EXPECT_EQ(closed(from).size(), 1u);
+        EXPECT_EQ(calls(from), expected);
+    }
+    expectLog("diyListId 9");
+
+    // A click outside closes without a call; a request with no place hangs the menu from the view's nearest
+    // point, its top right corner.
+    Rect menu = openMenu(3, &from);
+    click(menu.x + menu.width + 200, menu.y + menu.height + 100, 3);
+    EXPECT_EQ(closed(from), json::array());
+    const Rect window = mainWindow();
+    menu = openMenu(4, &from);
+    expectLog("songSource (null)", from);
+    EXPECT_LE(std::abs(menu.y - originY_), 6) << menu.y;
+    EXPECT_LE(std::abs(menu.x - (window.x + window.width - 1)), 6) << menu.x;
+    keys("Escape");
+    EXPECT_EQ(closed(from), json::array());
+    expectLog("showSongMenu (null)", from);
+
+    // The media keys, with another application in front: once per press, none reaching that application.
+    expectLog("Media key tap: watching 8 keys");
+    Program other({"xev", "-geometry", "300x200+1500+100", "-name", "other", "-event", "keyboard"});
+    const auto pressesInOther = [&] {
+        return std::count_if(other.lines().begin(), other.lines().end(),
+                             [](const std::string& l) { return l.starts_with("KeyPress"); });
+    };
+    std::vector<unsigned long> found;
+    ASSERT_TRUE(waitFor([&] { return !(found = windows("^other$")).empty(); }));
+    xdotool({"windowfocus", "--sync", std::to_string(found[0])});
+    from = app().lines().size();
+    keys("XF86AudioPlay XF86AudioPlay XF86AudioPlay XF86AudioPrev XF86AudioNext");
+    expectLog("mediaKeyTap Ffwd pressed.", from);
+    const Strings pressed{"tooglePlayPause()", "tooglePlayPause()", "tooglePlayPause()", "backward()",
+                          "forward()"};
+    EXPECT_TRUE(waitFor([&] { return calls(from).size() >= 5; }));
+    EXPECT_EQ(calls(from), pressed);
+    Strings handled = nativeLog(from);
+    std::erase_if(handled, [](const std::string& l) { return !l.starts_with("mediaKeyTap "); });
+    EXPECT_THAT(handled,
+                testing::ElementsAre("mediaKeyTap Play/pause pressed.", "mediaKeyTap Play/pause pressed.",
+                                     "mediaKeyTap Play/pause pressed.", "mediaKeyTap Rewind pressed.",
+                                     "mediaKeyTap Ffwd pressed."));
+    keys("a");  // an ordinary key is not the tap's
+    EXPECT_TRUE(waitFor([&] { return pressesInOther() == 1; }))
+        << "the other application got " << pressesInOther();
+
+    // A held key repeats, and every repeat skips a song.
+    from = app().lines().size();
+    xdotool({"keydown", "XF86AudioNext"});
+    const std::size_t repeated = expectLog("mediaKeyTap Ffwd pressed, repeated.", from);
+    xdotool({"keyup", "XF86AudioNext"});
+    EXPECT_EQ(nativeLog(from, repeated), Strings{"mediaKeyTap Ffwd pressed."});
+    keys("XF86AudioPrev");
+    EXPECT_TRUE(waitFor([&] { return !calls(from).empty() && calls(from).back() == "backward()"; }));
+    const Strings logged = nativeLog(from), skipped = calls(from);
+    EXPECT_GE(std::count(skipped.begin(), skipped.end(), "forward()"), 2);
+    EXPECT_EQ(std::count(skipped.begin(), skipped.end(), "forward()"),
+              std::count_if(logged.begin(), logged.end(),
+                            [](auto& l) { return l.starts_with("mediaKeyTap Ffwd"); }));
+
+    // The desktop's media controls: Play and Pause toggle too (the page has only the toggle); Stop does
+    // nothing; calls with arguments it ignores or that it does not know leave it running.
+    expectLog("MPRIS: published as org.mpris.MediaPlayer2.ostrelle");
+    EXPECT_NE(busCall(kMpris, "/org/mpris/MediaPlayer2", "org.freedesktop.DBus.Properties.Get",
+                      {"org.mpris.MediaPlayer2", "Identity"})
+                  .find("'Ostrelle'"),
+              std::string::npos);
+    from = app().lines().size();
+    for (const char* method : {"PlayPause", "Play", "Pause", "Next", "Previous", "Stop"})
+        EXPECT_EQ(busCall(kMpris, "/org/mpris/MediaPlayer2",
+                          std::string("org.mpris.MediaPlayer2.Player.") + method),
+                  "()\n");
+    busCall(kMpris, "/org/mpris/MediaPlayer2", "org.mpris.MediaPlayer2.Raise");
+    busCall(kMpris, "/org/mpris/MediaPlayer2", "org.mpris.MediaPlayer2.Player.Seek", {"-5000000"});
+    EXPECT_THROW(busCall(kMpris, "/org/mpris/MediaPlayer2", "org.mpris.MediaPlayer2.Player.Explode"),
+                 std::runtime_error);
+    busCall(kMpris, "/org/mpris/MediaPlayer2", "org.mpris.MediaPlayer2.Player.Next");
+    const Strings media{"tooglePlayPause()", "tooglePlayPause()", "tooglePlayPause()",
+                        "forward()",         "backward()",        "forward()"};
+    EXPECT_TRUE(waitFor([&] { return calls(from).size() >= media.size(); }));
+    EXPECT_EQ(calls(from), media);
+
+    // The user default turns the tap off: the key is the focused application's, and works in Ostrelle's own
+    // window.
+    fs::create_directories(home_.path + "/config/Ostrelle");
+    std::ofstream(home_.path + "/config/Ostrelle/defaults.conf") << "[Defaults]\nSPIgnoreMediaKeys=YES\n";
+    start();
+    expectLog("Media key monitoring disabled");
+    xdotool({"windowfocus", "--sync", std::to_string(found[0])});
+    keys("XF86AudioPlay");
+    EXPECT_TRUE(waitFor([&] { return pressesInOther() == 2; }))
+        << "the other application got " << pressesInOther();
+    xdotool({"windowfocus", "--sync", std::to_string(mainWindow().id)});
+    from = app().lines().size();
+    keys("XF86AudioNext");
+    expectLog("mediaKeyTap Ffwd pressed.", from);
+    EXPECT_TRUE(waitFor([&] { return !calls(from).empty(); }));
+    EXPECT_EQ(calls(from), Strings{"forward()"});
+}
+
+}  // namespace
+}  // namespace zel::test

@@ -1,0 +1,123 @@
+// The web cache seen from the page: the web app comes from the bundle, a refresh from the loopback dev server
+// fills the cache, and once the page has recorded the new version the next start serves the cached copy;
+// misses are answered by the server itself, and leaving the page cancels a transfer still waiting. The web
+// app is published with ostrelle-publish and served by ostrelle-devserver, the web team's own tools.
+#include "App.h"
+
+#include <fstream>
+
+namespace zel::test {
+namespace {
+
+const std::string kPublished = "2099/01/01";
+const json kLocalHeaders = json::array({"content-length", "content-type", "x-hy-hashmap-cache"});
+
+class WebCache : public App {
+  protected:
+    void SetUp() override {
+        const fs::path root = home_.path;
+        fs::copy(kUiDir / "cache-bundle", root / "bundle", fs::copy_options::recursive);
+        bundle_ = root / "bundle";
+        // The published web app differs from the bundled one in its build mark, and has a file more.
+        fs::copy(bundle_ / "www", root / "www", fs::copy_options::recursive);
+        std::string probe = readFile(root / "www/js/cache-probe.js");
+        probe.replace(probe.find("'bundle'"), 8, "'published'");
+        std::ofstream(root / "www/js/cache-probe.js", std::ios::trunc) << probe;
+        std::ofstream(root / "www/extra.txt") << "extra file";
+        const fs::path tools = fs::path(OSTRELLE_PROGRAM).parent_path();
+        run({tools / "ostrelle-publish", root / "www", root / "published", "--version", kPublished});
+        server_ = std::make_unique<Program>(
+            std::vector<std::string>{tools / "ostrelle-devserver", root / "published", "--port", "0"});
+        const std::size_t at = server_->expectLine(
+            [](const std::string& l) { return l.starts_with("http://"); }, "with its address");
+        pageHost_ = server_->lines()[at].substr(7);
+    }
+    void start(const std::string& query) {
+        launchPage(query, {"--config-base-url", "http://" + pageHost_ + "/player/mac/config"});
+    }
+    bool logged(const std::string& prefix) const {
+        const auto log = nativeLog();
+        return std::any_of(log.begin(), log.end(),
+                           [&](const std::string& l) { return l.starts_with(prefix); });
+    }
+    std::vector<json> answers(const std::string& id) const {
+        std::vector<json> found = reports("answer");
+        std::erase_if(found, [&](const json& a) { return a["id"] != id; });
+        return found;
+    }
+
+    std::unique_ptr<Program> server_;
+};
+
+TEST_F(WebCache, ServesTheBundleThenTheRefreshedCacheAndAnswersEachRefreshOnce) {
+    start("case=refresh");
+    const json first = report("ready");
+    EXPECT_EQ(first["build"], "bundle");
+    EXPECT_EQ(first["script"]["cache"], "local");
+    EXPECT_EQ(first["script"]["headerNames"], kLocalHeaders);
+    EXPECT_EQ(first["page"]["cache"], "local");
+    // The published version is not in the bundle: it comes from the server through the protocol.
+    const json version = report("published");
+    EXPECT_EQ(version["status"], 200);
+    EXPECT_EQ(version["body"], kPublished);
+    EXPECT_EQ(version["cache"], nullptr);
+    EXPECT_TRUE(logged("load raw http://" + pageHost_ + "/player/mac/www/version.txt?"));
+    std::size_t at = 0;
+    EXPECT_EQ(report("answer", 0, &at),
+              json({{"id", "refresh"}, {"status", 0}, {"argc", 2}, {"result", nullptr}}));
+    const json recorded = report("answer", at + 1);
+    ASSERT_EQ(recorded["id"], "recorded");
+    EXPECT_EQ(json::parse(recorded["result"].get<std::string>())["cacheVersion"], kPublished);
+    expectLog("finish download cache file");
+    EXPECT_EQ(answers("refresh").size(), 1u);
+    EXPECT_EQ(readFile(workDir() / "cache_version"), kPublished);
+
+    // The next start serves the published copy from the cache; a miss is the server's own answer.
+    Loopback silent([](SoupServerMessage* msg, const std::string&) { soup_server_message_pause(msg); });
+    bool hungUp = false;
+    g_signal_connect_swapped(silent.server(), "request-aborted",
+                             G_CALLBACK(+[](bool* flag) { *flag = true; }), &hungUp);
+    start("case=miss&stall=" + silent.host());
+    const json second = report("ready");
+    EXPECT_EQ(second["build"], "published");
+    EXPECT_EQ(second["script"]["headerNames"], kLocalHeaders);
+    EXPECT_TRUE(logged("getLocalData http://" + pageHost_ + "/player/mac/www/js/cache-probe.js " +
+                       (workDir() / "Cache" / pageHost_ / "player/mac/build/js/cache-probe_").string()));
+    const json miss = report("miss");
+    SCOPED_TRACE(miss.dump());
+    EXPECT_EQ(miss["missing"]["status"], 404);
+    EXPECT_EQ(miss["missing"]["server"], "ostrelle-devserver");
+    EXPECT_EQ(miss["missing"]["cacheControl"], "no-cache");
+    EXPECT_EQ(miss["missing"]["cache"], nullptr);
+    EXPECT_EQ(miss["extra"]["body"], "extra file");
+    expectLog("load raw http://" + pageHost_ + "/player/mac/www/missing.js");
+
+    report("waiting");
+    silent.expectRequest("/player/mac/www/stall.js");
+    const std::string stall = "http://" + silent.host() + "/player/mac/www/stall.js";
+    expectLog("load raw " + stall);
+    EXPECT_FALSE(hungUp);
+    const Rect window = mainWindow();
+    click(window.x + window.width / 2, window.y + window.height * 2 / 3);
+    expectLog("load cancelled " + stall);
+    EXPECT_TRUE(waitFor([&] { return hungUp; })) << "the connection was left open";
+
+    // From nothing stored: the first refresh ends once; the page then asks again, and each of the four
+    // documents starts the comparison anew and answers only the newest call.
+    app().stop();
+    fs::remove_all(dataHome());
+    fs::remove_all(home_.path + "/cache");
+    start("case=again");
+    EXPECT_EQ(report("answer")["id"], "again");
+    EXPECT_TRUE(waitFor([&] { return answers("again2").size() >= 4; })) << app().tail();
+    EXPECT_EQ(answers("again").size(), 1u);
+    EXPECT_EQ(answers("again2").size(), 4u);
+    for (const json& answer : answers("again2")) EXPECT_EQ(answer["argc"], 2);
+    const auto log = nativeLog();
+    EXPECT_EQ(std::count(log.begin(), log.end(), "finish download cache file") +
+                  std::count(log.begin(), log.end(), "0"),
+              5);
+}
+
+}  // namespace
+}  // namespace zel::test
