@@ -7,7 +7,7 @@ namespace zel::test {
 namespace {
 
 constexpr const char* kAppId = "org.ostrelle.Ostrelle";
-constexpr std::string_view kReport = " CONSOLE LOG PROBE ";
+constexpr std::string_view kReport = "CONSOLE LOG PROBE ";
 
 // The JSON text of a probe report with this tag, or "".
 std::string reportText(const std::string& line, const std::string& tag) {
