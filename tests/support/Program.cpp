@@ -15,6 +15,18 @@ std::string consume(GError* error) {
     return message;
 }
 
+}  // namespace
+
+std::string take(GBytes* bytes) {
+    gsize size = 0;
+    const auto* data = bytes ? static_cast<const char*>(g_bytes_get_data(bytes, &size)) : nullptr;
+    std::string text(data ? data : "", size);
+    if (bytes) g_bytes_unref(bytes);
+    return text;
+}
+
+namespace {
+
 std::vector<char*> cArgs(const std::vector<std::string>& argv) {
     std::vector<char*> args;
     for (const std::string& a : argv) args.push_back(const_cast<char*>(a.c_str()));
@@ -42,13 +54,8 @@ std::string run(const std::vector<std::string>& argv, bool mustSucceed) {
         throw std::runtime_error(argv[0] + ": " + consume(error));
     const bool ok = g_subprocess_get_successful(process);
     g_object_unref(process);
-    gsize size = 0;
-    const auto* data = static_cast<const char*>(g_bytes_get_data(out, &size));
-    std::string text(data ? data : "", size);
-    g_bytes_unref(out);
-    if (mustSucceed && !ok)
-        throw std::runtime_error(argv[0] + " " + (argv.size() > 1 ? argv[1] : "") + " failed");
-    return text;
+    if (mustSucceed && !ok) throw std::runtime_error(argv[0] + " " + argv.at(1) + " failed");
+    return take(out);
 }
 
 TempDir::TempDir(const char* prefix) {
@@ -232,14 +239,7 @@ Reply httpRequest(const std::string& method, const std::string& url, const std::
         },
         &pending);
     waitFor([&] { return pending.done; }, std::chrono::hours(1));  // the session's own timeout ends it
-    Reply reply;
-    if (pending.answer) {
-        gsize size = 0;
-        const auto* data = static_cast<const char*>(g_bytes_get_data(pending.answer, &size));
-        reply.body.assign(data ? data : "", size);
-        g_bytes_unref(pending.answer);
-    }
-    reply.status = soup_message_get_status(msg);
+    Reply reply{soup_message_get_status(msg), take(pending.answer)};
     g_object_unref(msg);
     g_object_unref(session);
     g_object_unref(resolver);

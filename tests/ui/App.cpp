@@ -85,10 +85,11 @@ json App::report(const std::string& tag, std::size_t from, std::size_t* at) {
     return json::parse(reportText(app_->lines()[line], tag));
 }
 
-std::vector<json> App::reports(const std::string& tag) const {
+std::vector<json> App::reports(const std::string& tag, std::size_t from) const {
     std::vector<json> found;
-    for (const std::string& line : app_->lines()) {
-        if (const std::string text = reportText(line, tag); !text.empty()) found.push_back(json::parse(text));
+    for (std::size_t i = from; i < app_->lines().size(); ++i) {
+        if (const std::string text = reportText(app_->lines()[i], tag); !text.empty())
+            found.push_back(json::parse(text));
     }
     return found;
 }

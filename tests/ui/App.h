@@ -41,7 +41,7 @@ class App : public testing::Test {
 
     // The next report with this tag at or after line `from`; `at` gets its line.
     json report(const std::string& tag, std::size_t from = 0, std::size_t* at = nullptr);
-    std::vector<json> reports(const std::string& tag) const;
+    std::vector<json> reports(const std::string& tag, std::size_t from = 0) const;
     // The line of the first native log line at or after `from` that reads exactly `text`.
     std::size_t expectLog(const std::string& text, std::size_t from = 0);
     // Native log texts of lines [from, to), without the activation lines the desktop causes at any time.
@@ -67,7 +67,6 @@ class App : public testing::Test {
     static void action(const std::string& name);
 
   protected:
-
     TempDir home_{"ostrelle-ui"};
     fs::path bundle_ = kUiDir / "bundle";
     std::string pageHost_ = kStaticHost;  // the host of the start page, so of the web app's own origin

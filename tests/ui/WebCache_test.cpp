@@ -42,15 +42,13 @@ struct SilentServer {
             g_io_stream_get_input_stream(connection), 4096, G_PRIORITY_DEFAULT, cancel,
             [](GObject* stream, GAsyncResult* result, gpointer self) {
                 GError* error = nullptr;
-                GBytes* bytes = g_input_stream_read_bytes_finish(G_INPUT_STREAM(stream), result, &error);
+                const std::string got =
+                    take(g_input_stream_read_bytes_finish(G_INPUT_STREAM(stream), result, &error));
                 if (g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CANCELLED)) return g_error_free(error);
-                auto* server = static_cast<SilentServer*>(self);
                 g_clear_error(&error);
-                gsize size = 0;
-                const auto* data = bytes ? static_cast<const char*>(g_bytes_get_data(bytes, &size)) : nullptr;
-                server->received.append(data ? data : "", size);
-                if (bytes) g_bytes_unref(bytes);
-                size ? server->read() : void(server->hungUp = true);
+                auto* server = static_cast<SilentServer*>(self);
+                server->received += got;
+                got.empty() ? void(server->hungUp = true) : server->read();
             },
             this);
     }
