@@ -69,7 +69,7 @@ class WebApp : public App {
                                           nullptr);
         pageHost_ = service_.host();
     }
-    Loopback service_{serve}, other_{serve}, outside_;
+    Loopback service_{serve}, other_{serve}, outside_{serve};
 };
 
 TEST_F(WebApp, LivesAtItsServicesAddressAndStaysInItsFolderAndPage) {
@@ -83,7 +83,7 @@ TEST_F(WebApp, LivesAtItsServicesAddressAndStaysInItsFolderAndPage) {
         "/player/mac/cache_version /etc/passwd js/ link-out.txt dir-out/secret.txt "
         "%252e%252e/cache_version nul%00.js ..%c0%afcache_version");
     for (std::string target; in >> target;) contained.push_back(target);
-    std::string query = "case=origin&other=" + other_.host() + "&away=http://" + outside_.host() + "/away";
+    std::string query = "case=origin&other=" + other_.host() + "&away=http://" + outside_.host() + "/frame";
     for (const auto* list : {&served, &missing, &contained}) {
         for (const std::string& target : *list) {
             char* escaped = g_uri_escape_string(target.c_str(), nullptr, FALSE);
@@ -168,10 +168,11 @@ TEST_F(WebApp, LivesAtItsServicesAddressAndStaysInItsFolderAndPage) {
     }
     clickQuadrant(1, 1, "still here?");
     const json alive = report("alive"), stayed = report("stayed");
+    outside_.expectRequest("/frame");  // asked for: only its answer showed it was outside
     EXPECT_THAT(
         browserLog(),
         ElementsAre("http://external.example.test/link?from=probe", "http://external.example.test/blank",
-                    "http://external.example.test/open", "http://" + outside_.host() + "/away"));
+                    "http://external.example.test/open", "http://" + outside_.host() + "/frame"));
     EXPECT_EQ(stayed, alive);
     EXPECT_EQ(reports("ready").size(), 1u);
 

@@ -187,7 +187,7 @@
     for (const target of params.getAll('target')) results.push(await fetched(target, {cache: 'no-store'}));
     report('scheme', results);
     // Four quadrants: a link, a link to a new window, window.open, and a button that says whether the page is
-    // still there and then sends the view to an outside address by script.
+    // still there and then, later than the click's gesture reaches, sends the view outside by script.
     const quadrant = (tag, text, style, onclick) => {
       const e = Object.assign(document.createElement(tag), {textContent: text, onclick});
       e.style = `position:fixed;width:50%;height:50%;border:1px solid;font:24px sans-serif;${style}`;
@@ -199,8 +199,10 @@
     quadrant('button', 'window.open', 'left:0;bottom:0', () => window.open('http://external.example.test/open'));
     quadrant('button', 'still here?', 'right:0;bottom:0', () => {
       report('alive', {loadId, href: location.href, type: typeof zelPlugin});
-      location.href = params.get('away');
-      setTimeout(() => report('stayed', {loadId, href: location.href, type: typeof zelPlugin}), 1000);
+      setTimeout(() => {
+        location.href = params.get('away');
+        setTimeout(() => report('stayed', {loadId, href: location.href, type: typeof zelPlugin}), 1000);
+      }, 1500);
     });
     report('layout', {width: innerWidth, height: innerHeight});
   };

@@ -29,7 +29,6 @@
   let published = '';
   window.zelNativeCallback = function (id, status, result) {
     report('answer', {id, status, argc: arguments.length, result: result === undefined ? null : result});
-    if (id === 'again') zelPlugin.exec('again2', 'cordovaAppUpdate', 'refreshWebCache', '[]');
     if (id === 'refresh' && published) {
       // As the web app does once a refresh has ended: record the version now held in the cache.
       zelPlugin.exec('put', 'cordovaAppUpdate', 'putLocalVersion', JSON.stringify([JSON.stringify({cacheVersion: published})]));
@@ -52,8 +51,6 @@
       published = version.body.trim();
       report('published', version);
       zelPlugin.exec('refresh', 'cordovaAppUpdate', 'refreshWebCache', '[]');
-    } else if (testCase === 'again') {
-      zelPlugin.exec('again', 'cordovaAppUpdate', 'refreshWebCache', '[]');
     }
   })();
 })();
