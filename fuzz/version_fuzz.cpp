@@ -18,13 +18,9 @@
 
 namespace {
 
-constexpr const char* kZones[] = {"UTC",
-                                  "Asia/Shanghai",
-                                  "Europe/Berlin",
-                                  "America/Sao_Paulo",
-                                  "America/St_Johns",
-                                  "Australia/Lord_Howe",
-                                  "Asia/Tehran"};
+constexpr const char* kZones[] = {
+    "UTC",          "Asia/Shanghai",    "Europe/Berlin",       "America/Sao_Paulo",
+    "Pacific/Apia", "America/St_Johns", "Australia/Lord_Howe", "Asia/Tehran"};
 
 bool isWhiteSpaceOrBreak(char32_t c) {
     return c == 0x09 || c == 0x20 || c == 0xA0 || c == 0x1680 || (c >= 0x2000 && c <= 0x200A) ||

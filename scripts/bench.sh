@@ -7,7 +7,9 @@
 #               stalls while a refresh is stored and a large cache cleared (disk work on the main thread vs the
 #               background disk worker)
 #   mediakeys   latency from an X key press to the web app's function
-# Usage: scripts/bench.sh [bridge|cache|mediakeys|all] [options for that benchmark...]
+#   robustness  a million random bridge calls from a page with the program's memory before and after, and the
+#               recovery time after the web process is killed (parts: calls, crash)
+# Usage: scripts/bench.sh [bridge|cache|mediakeys|robustness|all] [options for that benchmark...]
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build_dir="${BUILD_DIR:-build}"
@@ -22,10 +24,12 @@ case "$which" in
   bridge) run bridge_bench bridge_bench "$@" ;;
   cache) run cache_bench cache/cache_bench "$@" ;;
   mediakeys) run media_key_latency media_key_latency "$@" ;;
+  robustness) run robustness_bench robustness_bench "$@" ;;
   all)
     run bridge_bench bridge_bench
     run cache_bench cache/cache_bench
     run media_key_latency media_key_latency
+    run robustness_bench robustness_bench
     ;;
-  *) echo "usage: scripts/bench.sh [bridge|cache|mediakeys|all] [options...]" >&2; exit 2 ;;
+  *) echo "usage: scripts/bench.sh [bridge|cache|mediakeys|robustness|all] [options...]" >&2; exit 2 ;;
 esac

@@ -1,6 +1,7 @@
 // Ostrelle: a desktop shell around the music service's web app.
 #include "core/env/CommandLine.h"
 #include "core/env/ZELBundle.h"
+#include "core/i18n/ZELLocalized.h"
 #include "core/log/ZELLog.h"
 #include "ui/app/AppDelegate.h"
 #include "ui/app/ZELApplication.h"
@@ -54,6 +55,8 @@ int main(int argc, char** argv) {
     // The program's own icons lie beside its resources: <prefix>/share/icons, or <build>/icons when run from
     // the build tree.
     if (located) application->setIconSearchPath(located->parent_path() / "icons");
+    // The translation catalogues too: <prefix>/share/locale, or <build>/locale.
+    if (located) zel::bindTranslations(located->parent_path() / "locale");
     // Options were taken above; the toolkit sees only the program name, and the service option.
     std::string serviceOption = kServiceOption;
     char* toolkitArgv[] = {argv[0], service ? serviceOption.data() : nullptr, nullptr};

@@ -139,8 +139,9 @@ Rect App::geometry(unsigned long window) {
     return {window, values["X"], values["Y"], values["WIDTH"], values["HEIGHT"]};
 }
 
+// The top-level window: the toolkit focuses an input-only child of it, which xdotool walks up from.
 unsigned long App::focused() {
-    return std::stoul("0" + xdotool({"getwindowfocus", "-f"}));
+    return std::stoul("0" + run({"xdotool", "getwindowfocus"}, false));
 }
 
 Rect App::mainWindow() {
@@ -181,6 +182,39 @@ bool App::busNameOwned(const std::string& name) {
 
 void App::action(const std::string& name) {
     busCall(kAppId, "/org/ostrelle/Ostrelle", "org.gtk.Actions.Activate", {name, "[]", "{}"});
+}
+
+void App::type(const std::string& text) {
+    xdotool({"type", "--delay", "40", "--", text});
+}
+
+unsigned long App::focusedWindow(const std::string& title) {
+    std::vector<unsigned long> found;
+    if (!waitFor([&] { return (found = windows("^" + title + "$")).size() == 1 && focused() == found[0]; }))
+        throw std::runtime_error("no single focused window " + title + ", " + std::to_string(found.size()) +
+                                 " found");
+    return found[0];
+}
+
+std::unique_ptr<Program> App::windowManager() {
+    auto wm = std::make_unique<Program>(std::vector<std::string>{"openbox", "--sm-disable"});
+    // Windows mapped before the window manager runs are taken over without the focus.
+    if (!waitFor([] {
+            return run({"xprop", "-root"}).find("_NET_SUPPORTING_WM_CHECK") != std::string::npos;
+        }))
+        throw std::runtime_error("openbox did not start\n" + wm->tail());
+    return wm;
+}
+
+App::Shot App::shot(const Rect& r) {
+    const std::string area = std::to_string(r.width) + "x" + std::to_string(r.height) + "+" +
+                             std::to_string(r.x) + "+" + std::to_string(r.y);
+    return {r.width, run({"import", "-window", "root", "-crop", area, "-depth", "8", "rgb:-"})};
+}
+
+std::uint32_t App::Shot::at(long x, long y) const {
+    const auto* p = reinterpret_cast<const unsigned char*>(rgb.data()) + 3 * (y * width + x);
+    return std::uint32_t(p[0]) << 16 | p[1] << 8 | p[2];
 }
 
 }  // namespace zel::test

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 
@@ -65,6 +66,18 @@ class App : public testing::Test {
     static std::string busCall(const std::string& dest, const std::string& path, const std::string& method,
                                const std::vector<std::string>& args = {});
     static void action(const std::string& name);
+    static void type(const std::string& text);
+    // The one visible window with this title, once it has the focus.
+    static unsigned long focusedWindow(const std::string& title);
+    // openbox on the test's display, running once it has announced itself.
+    static std::unique_ptr<Program> windowManager();
+    // The screen's pixels in a rectangle (ImageMagick's import), as 0xRRGGBB.
+    struct Shot {
+        long width = 0;
+        std::string rgb;
+        std::uint32_t at(long x, long y) const;
+    };
+    static Shot shot(const Rect& area);
 
   protected:
     TempDir home_{"ostrelle-ui"};

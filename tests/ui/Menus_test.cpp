@@ -50,11 +50,14 @@ class Menus : public App {
     Rect openMenu(int row, std::size_t* from = nullptr) {
         if (from) *from = app().lines().size();
         const auto before = screenWindows();
-        click(originX_ + 120, originY_ + 60 * row + 30, 3);
+        const long x = originX_ + 120, y = originY_ + 60 * row + 30;
+        click(x, y, 3);
+        // The new window nearest the click: the toolkit may map others meanwhile (a tooltip).
         Rect menu;
+        const auto distance = [&](const Rect& r) { return std::abs(r.x - x) + std::abs(r.y - y); };
         const bool shown = waitFor([&] {
             for (const auto& [id, rect] : screenWindows()) {
-                if (!before.count(id) && rect.height > 30 &&
+                if (!before.count(id) && rect.height > 30 && (!menu.id || distance(rect) < distance(menu)) &&
                     run({"xwininfo", "-id", std::to_string(id)}).find("IsViewable") != std::string::npos)
                     menu = rect;
             }

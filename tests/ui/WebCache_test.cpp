@@ -112,7 +112,7 @@ TEST_F(WebCache, ServesTheBundleThenTheRefreshedCacheAndCancelsWhatAPageLeaves) 
     EXPECT_EQ(json::parse(recorded["result"].get<std::string>())["cacheVersion"], kPublished);
     expectLog("finish download cache file");
     EXPECT_EQ(reports("answer", at + 1).size(), 1u) << "the refresh answered more than once";
-    EXPECT_EQ(readFile(workDir() / "cache_version"), kPublished);
+    EXPECT_TRUE(waitFor([&] { return readFile(workDir() / "cache_version") == kPublished; }));
 
     // The next start serves the published copy from the cache; a miss is the server's own answer.
     SilentServer silent;

@@ -54,7 +54,7 @@ TEST_F(WebDriver, RunsScriptsNavigatesAndTakesScreenshotsInTheRealProgram) {
         seen["answers"],
         json::parse(
             R"([["get",0,"{\"bundleVersion\":\"0.1.0\",\"cacheVersion\":\"set by \\\"webdriver\\\"\"}"]])"));
-    EXPECT_EQ(readFile(workDir() / "cache_version"), "set by \"webdriver\"");
+    EXPECT_TRUE(waitFor([&] { return readFile(workDir() / "cache_version") == "set by \"webdriver\""; }));
 
     command("POST", "/url", {{"url", "file://" + (bundle_ / "www/second.html").string() + "?case=idle"}});
     EXPECT_EQ(execute("return [location.pathname, typeof zelPlugin, Reflect.ownKeys(zelPlugin)]"),

@@ -22,36 +22,81 @@
   window.tooglePlayPause = () => { playing = !playing; render(); note('tooglePlayPause'); };
   window.forward = () => { current = (current + 1) % songs.length; render(); note('forward'); };
   window.backward = () => { current = (current + songs.length - 1) % songs.length; render(); note('backward'); };
-  window.showSuggestion = () => { $('suggestions').hidden = false; note('showSuggestion'); };
-  window.hideSuggestion = () => { $('suggestions').hidden = true; note('hideSuggestion'); };
-  window.updateQuery = (q) => {
-    const list = $('suggestions');
-    list.replaceChildren(...songs.filter((s) => q && s.includes(q)).map((s) => {
+  // The suggestion list under the header's search field: open while the field has the focus, following the
+  // typed text; an empty text shows the popular searches.
+  const popular = ['周杰伦', '朴树', '平凡之路'];
+  let query = '';
+  function renderSuggestions() {
+    const matches = query ? songs.filter((s) => s.includes(query)) : popular;
+    $('suggestions-title').textContent = query ? `“${query}” 的建议` : '热门搜索';
+    $('suggestion-list').replaceChildren(...matches.map((s) => {
       const li = document.createElement('li');
       li.textContent = s;
       return li;
     }));
-    note(`updateQuery ${q}`);
+  }
+  window.showSuggestion = () => { renderSuggestions(); $('suggestions').hidden = false; note('showSuggestion'); };
+  window.hideSuggestion = () => { $('suggestions').hidden = true; note('hideSuggestion'); };
+  window.updateQuery = (q) => { query = q || ''; renderSuggestions(); note(`updateQuery ${q}`); };
+  // Each search is a page of its own (#search/<text>), so the header's back and forward buttons walk them.
+  window.searchQuery = (q) => {
+    note(`searchQuery ${q}`);
+    location.hash = `search/${encodeURIComponent(q || '')}`;
   };
-  window.searchQuery = (q) => { $('query').textContent = `搜索:${q}`; note(`searchQuery ${q}`); };
+  function renderPage() {
+    const m = /^#search\/(.*)$/.exec(location.hash);
+    const q = m ? decodeURIComponent(m[1]) : null;
+    $('query').textContent = q === null ? '在窗口顶部的搜索框中输入。' : `搜索:${q}`;
+    $('page').textContent = `页面:${location.hash || '#'}(共 ${history.length} 页)`;
+  }
+  window.addEventListener('hashchange', renderPage);
+
+  // The signed-in user for the header: name and an avatar picture served beside the web app.
+  function showUser(name) {
+    const avatarSrc = name ? new URL('img/avatar.png', location.href).href : '';
+    ostrelleNative('cordovaUserInfo', 'setUserInfo', [{nickname: name, avatarSrc}]);
+    $('user-name').textContent = name ? `已登录:${name}` : '未登录';
+    $('avatar').hidden = !name;
+    if (name) $('avatar').src = avatarSrc;
+  }
+  // The service's side of the login window: one demo account; after two failures a verification code is asked
+  // for, its picture served beside the web app.
+  const demo = {user: 'demo', password: 'ostrelle', code: '7k3p'};
+  let failures = 0;
+  let codePictures = 0;
+  function askForCode() {
+    ostrelleNative('cordovaUserLogin', 'setLoginNeedVerifyCode', ['true']);
+    codePictures += 1;
+    const src = new URL(`img/verifycode.png?n=${codePictures}`, location.href).href;
+    ostrelleNative('cordovaUserLogin', 'setLoginVerifyCodeImageSrc', [src]);
+  }
+  function refuse(message) {
+    failures += 1;
+    ostrelleNative('cordovaUserLogin', 'setLoginErrorMessage', [message]);
+    if (failures >= 2) askForCode();
+  }
   window.login = (user, password, code) => {
     note(`login ${user}`);
-    if (!password) {
-      ostrelleNative('cordovaUserLogin', 'setLoginErrorMessage', ['请输入密码']);
-      ostrelleNative('cordovaUserLogin', 'setLoginStatus', ['1']);
-      return;
-    }
+    if (!user || !password) return refuse('请输入用户名和密码');
+    if (failures >= 2 && code.toLowerCase() !== demo.code) return refuse('验证码错误，请重新输入');
+    if (user !== demo.user || password !== demo.password) return refuse('用户名或密码错误');
+    failures = 0;
     ostrelleNative('cordovaUserLogin', 'setLoginStatus', ['0']);
-    ostrelleNative('cordovaUserInfo', 'setUserInfo', [{nickname: user, avatarSrc: ''}]);
-    $('user').textContent = `已登录:${user}`;
+    showUser(user);
   };
   window.logout = () => {
-    ostrelleNative('cordovaUserInfo', 'setUserInfo', [{nickname: '', avatarSrc: ''}]);
-    $('user').textContent = '未登录';
+    showUser('');
     note('logout');
   };
-  window.updateVerifyCode = () => note('updateVerifyCode');
-  window.feedback = (text, contact) => note(`feedback ${text} ${contact}`);
+  window.updateVerifyCode = () => {
+    note('updateVerifyCode');
+    askForCode();
+  };
+  window.feedback = (text, contact) => {
+    note('feedback');
+    $('feedback-text').textContent = text;
+    $('feedback-contact').textContent = contact || '(未填写)';
+  };
   // Song rows and the user's playlists open the native context menus; the menu choices come back here.
   const library = [
     {songId: 1, songName: '晴天', albumName: '叶惠美', artistName: '周杰伦', source: 'list'},
@@ -157,4 +202,6 @@
   if (!bridged) $('versions').textContent = '不在 Ostrelle 中运行';
   render();
   renderLibrary();
+  renderPage();
+  showUser('');
 })();

@@ -1,5 +1,6 @@
 #include "core/cache/CacheVersion.h"
 
+#include <chrono>
 #include <ctime>
 
 namespace zel::cache {
@@ -42,15 +43,25 @@ std::optional<std::int64_t> secondsOfCacheVersion(std::string_view text) {
     if (*year < 1 || *month < 1 || *month > 12 || *day < 1 || *day > daysInMonth(*year, *month)) {
         return std::nullopt;
     }
-    std::tm local{};
-    local.tm_year = *year - 1900;
-    local.tm_mon = *month - 1;
-    local.tm_mday = *day;
-    local.tm_isdst = -1;  // whatever the zone's rule is on that date
-    const std::time_t seconds = std::mktime(&local);
-    // -1 is also the failure value; no zone puts a local midnight one second before 1970.
-    if (seconds == static_cast<std::time_t>(-1)) return std::nullopt;
-    return static_cast<std::int64_t>(seconds);
+    // The first second whose local date is the version's date or later, found by bisection around UTC
+    // midnight. mktime would guess for a local midnight that never happened (a day the zone skipped, a
+    // clock change at midnight) and its guess depends on earlier calls; localtime_r does not guess.
+    const std::int64_t utcMidnight =
+        std::int64_t{
+            std::chrono::sys_days{std::chrono::year{*year} / *month / *day}.time_since_epoch().count()} *
+        86400;
+    std::int64_t before = utcMidnight - 26 * 3600;  // no zone is more than 14 hours ahead of UTC
+    std::int64_t from = utcMidnight + 50 * 3600;    // 12 behind, plus a skipped day and a clock change
+    const int wanted = (*year * 100 + *month) * 100 + *day;
+    while (from - before > 1) {
+        const std::int64_t middle = before + (from - before) / 2;
+        const std::time_t t = static_cast<std::time_t>(middle);
+        std::tm local{};
+        if (localtime_r(&t, &local) == nullptr) return std::nullopt;
+        const int date = ((local.tm_year + 1900) * 100 + local.tm_mon + 1) * 100 + local.tm_mday;
+        (date >= wanted ? from : before) = middle;
+    }
+    return from;
 }
 
 bool isCacheOlderThanBundle(std::optional<std::int64_t> bundleSeconds,

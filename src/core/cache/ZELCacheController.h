@@ -67,6 +67,9 @@ class ZELCacheController : public ZELAsyncDownloaderDelegate, public ZELQueueDow
 
     void setDelegate(ZELCacheControllerDelegate* delegate) { delegate_ = delegate; }
     ZELCacheControllerDelegate* delegate() const { return delegate_; }
+    // For other disk work that must keep its order with the cache's (the cache version); lives as long as the
+    // controller.
+    ZELDiskWorker& diskWorker() { return *disk_; }
 
     // Reads both versions now; the answer taken at construction is cacheOlderThanBundle().
     bool isCacheOlderThanBundle() const;

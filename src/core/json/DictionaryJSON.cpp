@@ -1,4 +1,5 @@
 #include "core/json/DictionaryJSON.h"
+#include "core/value/HexDigit.h"
 
 #include "core/json/detail/ValueWriter.h"
 
@@ -46,13 +47,6 @@ bool isAcceptableText(std::string_view text, std::size_t limit) {
         }
     }
     return true;
-}
-
-int hexDigit(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    return -1;
 }
 
 // JSON text may escape a lone UTF-16 surrogate ("\ud800"): the grammar allows any \u escape, and a web page's

@@ -29,7 +29,9 @@ void ZELAppUpdatePlugin::getLocalVersion(const ZELPluginCommandRef& command) {
     Value version = Value::object();
     if (bundleVersion_) {
         version["bundleVersion"] = *bundleVersion_;
-        const std::string cacheVersion = fs::readFile(localVersionFilePath()).value_or(std::string());
+        const std::string cacheVersion = pending_->writes > 0
+                                             ? pending_->last.value_or(std::string())
+                                             : fs::readFile(localVersionFilePath()).value_or(std::string());
         if (utf8::isValid(cacheVersion)) version["cacheVersion"] = cacheVersion;
     }
     command->resolve(hx::jsonStringWithDictionary(version));
@@ -46,8 +48,31 @@ void ZELAppUpdatePlugin::putLocalVersion(const ZELPluginCommandRef& command) {
         zelLog("putLocalVersion: ignored, expected a JSON object text with a text cacheVersion");
         return;
     }
-    if (!fs::writeFileAtomically(localVersionFilePath(), *cacheVersion)) {
-        zelLog("putLocalVersion: could not write %@", localVersionFilePath().string());
+    storeVersion(*cacheVersion);
+}
+
+void ZELAppUpdatePlugin::storeVersion(std::optional<std::string> version) {
+    ++pending_->writes;
+    pending_->last = version;
+    // A removal that fails is not reported, as when the cache controller removes the file on clearing.
+    auto written = std::make_shared<bool>(true);
+    const auto job = [path = localVersionFilePath(), version = std::move(version), written] {
+        std::error_code error;
+        if (!version) {
+            std::filesystem::remove(path, error);
+        } else {
+            *written = fs::writeFileAtomically(path, *version);
+        }
+    };
+    const auto done = [pending = std::weak_ptr<Pending>(pending_), path = localVersionFilePath(), written] {
+        if (!*written) zelLog("putLocalVersion: could not write %@", path.string());
+        if (const auto state = pending.lock()) --state->writes;
+    };
+    if (disk_ != nullptr) {
+        disk_->run(job, done);
+    } else {
+        job();
+        done();
     }
 }
 
@@ -57,6 +82,7 @@ void ZELAppUpdatePlugin::refreshWebCache(const ZELPluginCommandRef& command) {
 }
 
 void ZELAppUpdatePlugin::clearWebCache(const ZELPluginCommandRef& /*command*/) {
+    storeVersion(std::nullopt);
     if (delegate_ != nullptr) delegate_->clearWebCache();
 }
 

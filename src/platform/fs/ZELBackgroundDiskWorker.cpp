@@ -18,7 +18,6 @@ ZELBackgroundDiskWorker::~ZELBackgroundDiskWorker() {
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         stopping_ = true;
-        tasks_.clear();
     }
     wake_.notify_one();
     thread_.join();
@@ -36,15 +35,19 @@ void ZELBackgroundDiskWorker::run(std::function<void()> job, std::function<void(
 void ZELBackgroundDiskWorker::loop() {
     for (;;) {
         Task task;
+        bool stopping = false;
         {
             std::unique_lock<std::mutex> lock(mutex_);
             wake_.wait(lock, [this] { return stopping_ || !tasks_.empty(); });
-            if (stopping_) return;
+            if (tasks_.empty()) return;
+            stopping = stopping_;
             task = std::move(tasks_.front());
             tasks_.pop_front();
         }
         task.job();
-        if (task.done) post(std::move(task.done));
+        // Once stopping, the jobs still queued run (what they write was asked for: a version, the files a
+        // refresh fetched), but no completion is posted.
+        if (task.done && !stopping) post(std::move(task.done));
     }
 }
 

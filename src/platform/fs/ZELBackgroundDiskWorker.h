@@ -2,9 +2,9 @@
 // completion is posted to the main context of the thread that created the worker (its thread-default
 // context), where it runs in order with the others.
 //
-// Destruction (on the creating thread) waits for the job that is running, drops the jobs not yet started and
-// every completion not yet run: the cache stays consistent because the jobs keep their order, so a dropped
-// job can only leave files that no stored map names yet.
+// Destruction (on the creating thread) waits until every job given so far has run, in order, and drops every
+// completion not yet run: nothing that was asked for (a cache version, the files of a refresh) is lost at a
+// clean exit.
 #pragma once
 
 #include "core/cache/ZELDiskWorker.h"

@@ -22,6 +22,7 @@ ZELDevServer::ZELDevServer(std::filesystem::path root)
 }
 
 ZELDevServer::~ZELDevServer() {
+    soup_server_remove_handler(server_, nullptr);
     soup_server_disconnect(server_);
     g_object_unref(server_);
 }

@@ -40,12 +40,24 @@ ZELWebProxy::ZELWebProxy(ZELURLProtocolDelegate& delegate, Marker marks)
                    proxy->secret_ == password;
         },
         this, nullptr);
+    // The web view's network process is one of ours: it is let in without a challenge, which its network
+    // stack would otherwise meet on every request (it never sends proxy credentials before being asked).
+    soup_auth_domain_set_filter(
+        domain,
+        [](SoupAuthDomain*, SoupServerMessage* msg, gpointer self) -> gboolean {
+            return !static_cast<ZELWebProxy*>(self)->peers_.isOwnChild(soup_server_message_get_socket(msg));
+        },
+        this, nullptr);
     soup_server_add_auth_domain(server_.get(), domain);
-    g_object_unref(domain);
+    authDomain_.reset(domain);
 }
 
 ZELWebProxy::~ZELWebProxy() {
     running_.clear();
+    // The handler and the domain's check point at this proxy: neither may outlive it, whoever still holds
+    // the server.
+    soup_server_remove_handler(server_.get(), nullptr);
+    soup_server_remove_auth_domain(server_.get(), authDomain_.get());
     soup_server_disconnect(server_.get());
     soup_session_abort(session_.get());
 }

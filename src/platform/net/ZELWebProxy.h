@@ -4,9 +4,10 @@
 //   or the network's answer for the build address.
 // - Every other request is forwarded to where it was going, as it was made (ZELProxyTransfer); a WebSocket
 //   upgrade or a CONNECT is tunnelled (ZELProxyTunnel).
-// - Only the web view may use it: every request must carry proxy credentials with a per-process secret
-//   (Basic, answered by the web view when it is asked), and only absolute-form requests for other hosts are
-//   served; anything else gets 407 or 400 and nothing is forwarded.
+// - Only the web view may use it: a connection from a process this one started (the web view's network
+//   process) is let in; any other must carry proxy credentials with a per-process secret (Basic, which the
+//   web view also answers when asked, should the first check fail). Only absolute-form requests for other
+//   hosts are served; anything else gets 407 or 400 and nothing is forwarded.
 //
 // Upstream, a session of its own with no cookie jar, cache, decoder or authentication, and the system's proxy
 // resolver, so the user's proxy settings still hold. Owns the server, the session and every transfer and
@@ -16,6 +17,7 @@
 #include "core/cache/ZELURLProtocolDelegate.h"
 #include "platform/net/GObjectPtr.h"
 #include "platform/net/ZELBodyPump.h"
+#include "platform/net/ZELLoopbackPeer.h"
 #include "platform/net/ZELProxyTransfer.h"
 #include "platform/net/ZELProxyTunnel.h"
 
@@ -72,7 +74,9 @@ class ZELWebProxy {
     std::string user_ = "ostrelle";
     std::string secret_;
     std::uint16_t port_ = 0;
+    ZELLoopbackPeer peers_;
     GObjectPtr<SoupServer> server_;
+    GObjectPtr<SoupAuthDomain> authDomain_;
     GObjectPtr<SoupSession> session_;
     // Each running job, keyed by its address, with what stops it.
     std::unordered_map<const void*, std::shared_ptr<void>> running_;

@@ -3,6 +3,7 @@
 #include "core/env/ZELEnv.h"
 #include "core/log/ZELLog.h"
 #include "core/media/ZELMediaKeyCommand.h"
+#include "ui/app/ZELApplication.h"
 
 namespace zel {
 
@@ -12,6 +13,7 @@ AppDelegate::AppDelegate(LaunchOptions options, ZELBundle bundle)
 AppDelegate::~AppDelegate() = default;
 
 void AppDelegate::init(Gtk::Application& application) {
+    application_ = &application;
     mainViewController_ = std::make_unique<MainViewController>(application, options_, bundle_);
 }
 
@@ -24,7 +26,12 @@ void AppDelegate::applicationDidFinishLaunching() {
     for (const auto& dir : ZELEnv::userDataDirectories()) directories.push_back(dir.string());
     zelLog("%@", directories);
     zelLog("applicationDidFinishLaunching");
-    // The main menu is built by the application object (actions and accelerators) before launching ends.
+    ZELMenuPopulator::setInfoSource([this](const std::string& key) { return bundle_.infoValue(key); });
+    mainMenu_ = std::make_unique<ZELMainMenuBar>(
+        *application_, mainViewController_->mainWindow().headerView(),
+        ZELAboutInfo{ZELMenuPopulator::applicationName(),
+                     bundle_.infoValue("CFBundleShortVersionString").value_or(""),
+                     ZELApplication::kApplicationId, options_.settings.serviceHomeURL});
     mainViewController_->registerURLProtocol();
     mainViewController_->didReady();
     keyTap_ = std::make_unique<SPMediaKeyTap>(this);

@@ -7,6 +7,7 @@
 #include "core/env/ZELBundle.h"
 #include "platform/media/SPMediaKeyTap.h"
 #include "platform/media/ZELMprisService.h"
+#include "ui/app/ZELMainMenuBar.h"
 #include "ui/controllers/MainViewController.h"
 
 #include <gtkmm.h>
@@ -48,7 +49,9 @@ class AppDelegate : public SPMediaKeyTapDelegate, public ZELMprisServiceDelegate
   private:
     LaunchOptions options_;
     ZELBundle bundle_;
+    Gtk::Application* application_ = nullptr;
     std::unique_ptr<MainViewController> mainViewController_;
+    std::unique_ptr<ZELMainMenuBar> mainMenu_;
     std::unique_ptr<SPMediaKeyTap> keyTap_;
     std::unique_ptr<ZELMprisService> mprisService_;
 };

@@ -28,7 +28,7 @@ void ZELApplication::on_startup() {
     useApplicationIdentity();
     add_action("help", sigc::mem_fun(*this, &ZELApplication::showHelp));
     add_action("feedback", sigc::mem_fun(*this, &ZELApplication::showFeedbackWindow));
-    add_action("quit", [this] { quit(); });
+    add_action("quit", sigc::mem_fun(*this, &ZELApplication::quit));
     set_accel_for_action("app.quit", "<Control>q");
     set_accel_for_action("app.help", "F1");
     if (delegate_) {
@@ -67,22 +67,28 @@ void ZELApplication::on_activate() {
 
 void ZELApplication::on_window_added(Gtk::Window* window) {
     Gtk::Application::on_window_added(window);
-    window->property_is_active().signal_changed().connect([this] {
-        // Focus moving between two of our windows passes through "none active"; settle before deciding.
-        Glib::signal_idle().connect_once([this] { updateActive(); });
-    });
+    // The window may outlive the application object: every slot is tracked, so it goes with the application.
+    window->property_is_active().signal_changed().connect(sigc::track_obj(
+        [this] {
+            // Focus moving between two of our windows passes through "none active"; settle before deciding.
+            Glib::signal_idle().connect_once(sigc::mem_fun(*this, &ZELApplication::updateActive));
+        },
+        *this));
     auto keys = Gtk::EventControllerKey::create();
     keys->set_propagation_phase(Gtk::PropagationPhase::CAPTURE);
     keys->signal_key_pressed().connect(
-        [this, k = keys.get()](guint keyval, guint keycode, Gdk::ModifierType) {
-            sendKeyEvent(keyval, keycode, true, k->get_current_event_time());
-            return false;
-        },
+        sigc::track_obj(
+            [this, k = keys.get()](guint keyval, guint keycode, Gdk::ModifierType) {
+                sendKeyEvent(keyval, keycode, true, k->get_current_event_time());
+                return false;
+            },
+            *this),
         false);
-    keys->signal_key_released().connect(
+    keys->signal_key_released().connect(sigc::track_obj(
         [this, k = keys.get()](guint keyval, guint keycode, Gdk::ModifierType) {
             sendKeyEvent(keyval, keycode, false, k->get_current_event_time());
-        });
+        },
+        *this));
     window->add_controller(keys);
 }
 

@@ -45,6 +45,7 @@ MainViewController::MainViewController(Gtk::Application& application, const Laun
         std::make_unique<platform::ZELSoupDownloaderFactory>(),
         std::make_unique<platform::ZELBackgroundDiskWorker>());
     cacheController_->setDelegate(appUpdatePlugin_.get());
+    appUpdatePlugin_->setDiskWorker(&cacheController_->diskWorker());
 
     webViewDelegate_ = std::make_unique<ZELWebViewDelegate>();
     webViewDelegate_->setCacheController(cacheController_.get());
@@ -77,21 +78,24 @@ MainViewController::MainViewController(Gtk::Application& application, const Laun
     pluginController_->setWebView(webView_.get());
 
     if (options.automation) {
-        g_signal_connect(webView_->context(), "automation-started",
-                         G_CALLBACK(+[](WebKitWebContext*, WebKitAutomationSession* session, gpointer self) {
-                             g_signal_connect(
-                                 session, "create-web-view",
-                                 G_CALLBACK(+[](WebKitAutomationSession*, gpointer self) {
-                                     return static_cast<MainViewController*>(self)->webView_->webView();
-                                 }),
-                                 self);
-                         }),
-                         this);
+        automationConnections_.emplace_back(
+            webView_->context(), "automation-started",
+            G_CALLBACK(+[](WebKitWebContext*, WebKitAutomationSession* session, gpointer self) {
+                // The session answers with our one view; the handler goes with the view itself.
+                WebKitWebView* view = static_cast<MainViewController*>(self)->webView_->webView();
+                g_signal_connect_object(session, "create-web-view",
+                                        G_CALLBACK(+[](WebKitAutomationSession*, gpointer view) {
+                                            return static_cast<WebKitWebView*>(view);
+                                        }),
+                                        view, G_CONNECT_DEFAULT);
+            }),
+            this);
         // A driver ends its session by closing the window; the program has one, so it ends with it.
-        g_signal_connect(webView_->webView(), "close", G_CALLBACK(+[](WebKitWebView*, gpointer self) {
-                             static_cast<MainViewController*>(self)->application_.quit();
-                         }),
-                         this);
+        automationConnections_.emplace_back(webView_->webView(), "close",
+                                            G_CALLBACK(+[](WebKitWebView*, gpointer self) {
+                                                static_cast<MainViewController*>(self)->application_.quit();
+                                            }),
+                                            this);
     }
 
     menuController_ = std::make_unique<ZELMenuController>();
@@ -100,7 +104,30 @@ MainViewController::MainViewController(Gtk::Application& application, const Laun
     menuController_->setDelegate(this);
 }
 
-MainViewController::~MainViewController() = default;
+MainViewController::~MainViewController() {
+    // The web view's widget may outlive this controller (the toolkit holds it until the window goes), so
+    // first everything it or the bridge can still reach is cut off; then the parts go, each before what it
+    // points at: the web view before its proxy, the proxy before the delegate and the cache it asks, the
+    // cache (whose disk worker finishes its queued jobs) before the plugin it reports to, the windows last.
+    automationConnections_.clear();
+    menuController_.reset();
+    webView_->bridge().setExecHandler(nullptr);
+    pluginController_->setWebView(nullptr);
+    webViewDelegate_->detach();
+    webView_.reset();
+    webProxy_.reset();
+    webViewDelegate_.reset();
+    appUpdatePlugin_->setDiskWorker(nullptr);
+    cacheController_.reset();
+    pluginController_.reset();
+    appUpdatePlugin_.reset();
+    menuPlugin_.reset();
+    userLoginPlugin_.reset();
+    userInfoPlugin_.reset();
+    feedbackWindow_.reset();
+    loginWindow_.reset();
+    mainWindow_.reset();
+}
 
 void MainViewController::registerURLProtocol() {
     webProxy_ = std::make_unique<platform::ZELWebProxy>(
@@ -145,11 +172,12 @@ void MainViewController::callJavascriptFunc(const std::string& name, const ArgLi
 
 void MainViewController::showLoginWindow() {
     if (!loginWindow_) {
-        loginWindow_ = std::make_unique<ZELLoginWindow>(kLoginWidth, kLoginHeight);
+        loginWindow_ =
+            std::make_unique<ZELLoginWindow>(kLoginWidth, kLoginHeight, options_.settings.accountHost);
         loginWindow_->setLoginWindowDelegate(this);
         loginWindow_->set_transient_for(*mainWindow_);
         application_.add_window(*loginWindow_);
-        centerOnScreen(*loginWindow_);
+        centerOnWindow(*loginWindow_, *mainWindow_);
     }
     loginWindow_->present();
 }
@@ -166,7 +194,7 @@ void MainViewController::showFeedbackWindow() {
         feedbackWindow_->setFeedbackWindowDelegate(this);
         feedbackWindow_->set_transient_for(*mainWindow_);
         application_.add_window(*feedbackWindow_);
-        centerOnScreen(*feedbackWindow_);
+        centerOnWindow(*feedbackWindow_, *mainWindow_);
     }
     feedbackWindow_->present();
 }

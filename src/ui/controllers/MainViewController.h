@@ -16,6 +16,7 @@
 #include "core/plugins/ZELMenuPlugin.h"
 #include "core/plugins/ZELUserInfoPlugin.h"
 #include "core/plugins/ZELUserLoginPlugin.h"
+#include "platform/gobject/ZELSignalConnection.h"
 #include "platform/net/ZELWebProxy.h"
 #include "ui/menu/ZELMenuController.h"
 #include "ui/web/ZELWebView.h"
@@ -28,6 +29,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace zel {
 
@@ -131,6 +133,7 @@ class MainViewController : public ZELMainWindowDelegate,
     // Commands hold the controller weakly, so it is shared.
     std::shared_ptr<ZELPluginController> pluginController_;
     std::unique_ptr<ZELMenuController> menuController_;
+    std::vector<platform::ZELSignalConnection> automationConnections_;
 };
 
 }  // namespace zel

@@ -2,6 +2,7 @@
 
 #include "core/log/ZELLog.h"
 #include "core/menu/ZELMenuGeometry.h"
+#include "ui/support/ZELScopedConnection.h"
 
 #include <cmath>
 #include <vector>
@@ -89,10 +90,12 @@ void ZELMenuController::popUpContextMenu(const ZELMenuPopUp& popUp) {
     const ZELMenuItem* chosen = nullptr;
     auto actions = Gio::SimpleActionGroup::create();
     auto choose = Gio::SimpleAction::create("choose", Glib::VariantType("i"));
-    auto connection = choose->signal_activate().connect([&](const Glib::VariantBase& parameter) {
-        const int index = Glib::VariantBase::cast_dynamic<Glib::Variant<int>>(parameter).get();
-        if (index >= 0 && index < static_cast<int>(chosenItems.size())) chosen = chosenItems[index];
-    });
+    // The toolkit may hold the action beyond this call; the slot points at locals of it.
+    const ZELScopedConnection connection =
+        choose->signal_activate().connect([&](const Glib::VariantBase& parameter) {
+            const int index = Glib::VariantBase::cast_dynamic<Glib::Variant<int>>(parameter).get();
+            if (index >= 0 && index < static_cast<int>(chosenItems.size())) chosen = chosenItems[index];
+        });
     actions->add_action(choose);
 
     Gtk::PopoverMenu popover(toolkitMenu(popUp.menu, chosenItems), Gtk::PopoverMenu::Flags::NESTED);
@@ -119,7 +122,6 @@ void ZELMenuController::popUpContextMenu(const ZELMenuPopUp& popUp) {
     popover.popup();
     if (popover.get_visible()) loop->run();
     popover.unparent();
-    connection.disconnect();
     open_ = false;
 
     if (chosen != nullptr) menus_.perform(*chosen);

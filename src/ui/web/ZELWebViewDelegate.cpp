@@ -4,6 +4,8 @@
 #include "core/web/WebAppAddress.h"
 #include "platform/browser/BrowserLauncher.h"
 
+#include <utility>
+
 namespace zel {
 
 std::optional<std::filesystem::path> ZELWebViewDelegate::getLocalData(const std::string& url) {
@@ -24,17 +26,31 @@ void ZELWebViewDelegate::setProxyCredentials(int port, std::string user, std::st
     proxySecret_ = std::move(secret);
 }
 
+ZELWebViewDelegate::~ZELWebViewDelegate() {
+    detach();
+}
+
 void ZELWebViewDelegate::attach(ZELWebView& webView, bool allowContextMenu) {
+    detach();
     webView_ = &webView;
     allowContextMenu_ = allowContextMenu;
     WebKitWebView* view = webView.webView();
-    g_signal_connect(view, "decide-policy", G_CALLBACK(onDecidePolicy), this);
-    g_signal_connect(view, "create", G_CALLBACK(onCreate), this);
-    g_signal_connect(view, "script-dialog", G_CALLBACK(onScriptDialog), this);
-    g_signal_connect(view, "context-menu", G_CALLBACK(onContextMenu), this);
-    g_signal_connect(view, "permission-request", G_CALLBACK(onPermissionRequest), this);
-    g_signal_connect(view, "authenticate", G_CALLBACK(onAuthenticate), this);
-    g_signal_connect(view, "web-process-terminated", G_CALLBACK(onWebProcessTerminated), this);
+    const std::pair<const char*, GCallback> handlers[] = {
+        {"decide-policy", G_CALLBACK(onDecidePolicy)},
+        {"create", G_CALLBACK(onCreate)},
+        {"script-dialog", G_CALLBACK(onScriptDialog)},
+        {"context-menu", G_CALLBACK(onContextMenu)},
+        {"permission-request", G_CALLBACK(onPermissionRequest)},
+        {"authenticate", G_CALLBACK(onAuthenticate)},
+        {"web-process-terminated", G_CALLBACK(onWebProcessTerminated)},
+    };
+    for (const auto& [signal, handler] : handlers) connections_.emplace_back(view, signal, handler, this);
+}
+
+void ZELWebViewDelegate::detach() {
+    connections_.clear();
+    crashDialog_.reset();
+    webView_ = nullptr;
 }
 
 gboolean ZELWebViewDelegate::onDecidePolicy(WebKitWebView*, WebKitPolicyDecision* decision,

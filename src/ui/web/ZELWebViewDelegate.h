@@ -14,11 +14,14 @@
 // - A crashed web process is reloaded, at most kMaxReloadsPerMinute times a minute; after that the user is
 //   told, and can reload by hand.
 //
-// Connects to the web view given to attach; must outlive it. Main thread only.
+// Connects to the web view given to attach and stays connected until detach() or its destruction, whichever
+// comes first; the web view object must outlive that (the toolkit widget may live on: it then reaches nothing
+// of ours). Main thread only.
 #pragma once
 
 #include "core/cache/ZELCacheController.h"
 #include "core/cache/ZELURLProtocolDelegate.h"
+#include "platform/gobject/ZELSignalConnection.h"
 #include "ui/web/ZELWebView.h"
 
 #include <gtkmm.h>
@@ -27,6 +30,7 @@
 #include <deque>
 #include <functional>
 #include <memory>
+#include <vector>
 
 namespace zel {
 
@@ -35,8 +39,14 @@ class ZELWebViewDelegate : public ZELURLProtocolDelegate {
     static constexpr int kMaxReloadsPerMinute = 3;
 
     ZELWebViewDelegate() = default;
+    ~ZELWebViewDelegate() override;
+    ZELWebViewDelegate(const ZELWebViewDelegate&) = delete;
+    ZELWebViewDelegate& operator=(const ZELWebViewDelegate&) = delete;
 
     void attach(ZELWebView& webView, bool allowContextMenu);
+    // Disconnects from the web view and closes the crash message; nothing the view emits afterwards reaches
+    // this object.
+    void detach();
     // Where the crash message is shown (transient parent); not owned.
     void setWindow(Gtk::Window* window) { window_ = window; }
     // The page the program was told to start with stays in the view even when it is outside the web app.
@@ -78,6 +88,7 @@ class ZELWebViewDelegate : public ZELURLProtocolDelegate {
     std::string proxyUser_, proxySecret_;
     std::deque<std::chrono::steady_clock::time_point> reloads_;
     std::unique_ptr<Gtk::MessageDialog> crashDialog_;
+    std::vector<platform::ZELSignalConnection> connections_;
 };
 
 }  // namespace zel

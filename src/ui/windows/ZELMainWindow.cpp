@@ -1,104 +1,192 @@
 #include "ui/windows/ZELMainWindow.h"
 
-namespace zel {
+#include "core/chrome/ZELChromeGeometry.h"
+#include "core/log/ZELLog.h"
 
-ZELMainWindow::ZELMainWindow(int contentWidth, int contentHeight) {
-    set_decorated(false);
-    set_title("Ostrelle");
-    set_default_size(contentWidth, contentHeight);
-    buildHeader();
-    set_child(root_);
+namespace zel {
+namespace {
+
+// Transparent outside the drawn shapes; corners, shadow and radius go while maximised, tiled or full screen.
+// Without a compositor there is no shadow to draw, and the toolkit's solid frame would make the window larger
+// than its content and header: it goes too.
+constexpr const char* kChromeCSS = R"css(
+window.ostrelle-main { background: transparent; border-radius: 10px 10px 6px 6px; }
+window.ostrelle-main.maximized, window.ostrelle-main.fullscreen, window.ostrelle-main.tiled,
+window.ostrelle-main.tiled-top, window.ostrelle-main.tiled-bottom, window.ostrelle-main.tiled-left,
+window.ostrelle-main.tiled-right { border-radius: 0; box-shadow: none; }
+window.ostrelle-main.solid-csd { padding: 0; border: none; box-shadow: none; }
+.ostrelle-content { background: white; border-radius: 6px; }
+.ostrelle-content.square { border-radius: 0; }
+text.ostrelle-search-text { font-family: "Hiragino Sans GB", "Noto Sans CJK SC", sans-serif; font-size: 12px;
+  color: #eeeeee; caret-color: #eeeeee; background: none; }
+text.ostrelle-search-text > placeholder { color: #8a8d93; }
+text.ostrelle-search-text > selection { background-color: #4a6fa5; color: #ffffff; }
+label.ostrelle-user-name { font-family: "Hiragino Sans GB", "Noto Sans CJK SC", sans-serif; font-size: 12px;
+  color: #eeeeee; }
+)css";
+
+void installStyle() {
+    static const bool installed = [] {
+        auto provider = Gtk::CssProvider::create();
+        provider->load_from_data(kChromeCSS);
+        Gtk::StyleContext::add_provider_for_display(Gdk::Display::get_default(), provider,
+                                                    GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
+        return true;
+    }();
+    (void)installed;
 }
 
-void ZELMainWindow::buildHeader() {
-    back_.set_icon_name("go-previous-symbolic");
-    forward_.set_icon_name("go-next-symbolic");
-    back_.set_tooltip_text("后退");
-    forward_.set_tooltip_text("前进");
-    title_.set_text("Ostrelle");
-    title_.set_margin_start(12);
-    title_.set_margin_end(12);
-    // GtkSearchEntry is not a GtkEntry; its placeholder is a property of its own.
-    g_object_set(search_.gobj(), "placeholder-text", "搜索歌曲、歌手、专辑", nullptr);
-    search_.set_size_request(240, -1);
-    search_.set_hexpand(true);
-    search_.set_halign(Gtk::Align::CENTER);
-    // Submitting should not wait for the entry's change delay: the web app shows suggestions as the user
-    // types.
-    search_.set_search_delay(0);
-    login_.set_label("登录");
-    register_.set_label("注册");
-    logout_.set_label("退出");
-    close_.set_icon_name("window-close-symbolic");
-    close_.set_tooltip_text("关闭");
+constexpr GdkToplevelState kSquareStates =
+    GdkToplevelState(GDK_TOPLEVEL_STATE_MAXIMIZED | GDK_TOPLEVEL_STATE_FULLSCREEN | GDK_TOPLEVEL_STATE_TILED |
+                     GDK_TOPLEVEL_STATE_TOP_TILED | GDK_TOPLEVEL_STATE_BOTTOM_TILED |
+                     GDK_TOPLEVEL_STATE_LEFT_TILED | GDK_TOPLEVEL_STATE_RIGHT_TILED);
 
-    for (Gtk::Widget* w : std::initializer_list<Gtk::Widget*>{
-             &back_, &forward_, &title_, &search_, &userName_, &login_, &register_, &logout_, &close_}) {
-        header_.append(*w);
-    }
-    header_.set_margin(6);
-    handle_.set_child(header_);
-    root_.append(handle_);
+}  // namespace
 
-    back_.signal_clicked().connect([this] {
-        if (delegate_) delegate_->historyBack();
-    });
-    forward_.signal_clicked().connect([this] {
-        if (delegate_) delegate_->historyForward();
-    });
-    login_.signal_clicked().connect([this] {
-        if (delegate_) delegate_->showLoginWindowButtonClick();
-    });
-    register_.signal_clicked().connect([this] {
-        if (delegate_) delegate_->showRegisterWindowButtonClick();
-    });
-    logout_.signal_clicked().connect([this] {
-        if (delegate_) delegate_->logoutButtonClick();
-    });
-    close_.signal_clicked().connect([this] { hide(); });
+ZELMainWindow::ZELMainWindow(int contentWidth, int contentHeight)
+    : headerView_(contentWidth, chrome::kHeaderHeight) {
+    installStyle();
+    add_css_class("ostrelle-main");
+    set_title("Ostrelle");
+    const ZELRect frame =
+        chrome::frameRectForContentRect({0, 0, double(contentWidth), double(contentHeight)});
+    set_default_size(int(frame.width), int(frame.height));
 
-    search_.signal_search_changed().connect([this] {
-        const std::string text = search_.get_text();
-        // The entry also reports a change when nothing changed (on realisation); the web app hears real
-        // edits.
-        if (text == lastQuery_ || !delegate_) return;
-        lastQuery_ = text;
-        if (!suggestionShown_ && !text.empty()) {
-            suggestionShown_ = true;
-            delegate_->showSearchSuggestion();
+    const chrome::ZELMainWindowLayout l = chrome::mainWindowLayout(
+        frame.width, frame.height,
+        {double(fullScreenButton_.fitWidth()), double(fullScreenButton_.fitHeight())});
+    childContentWrapperView_.add_css_class("ostrelle-content");
+    childContentWrapperView_.set_overflow(Gtk::Overflow::HIDDEN);
+    childContentWrapperView_.setLayout([this](double w, double h) {
+        if (childContentView_) childContentWrapperView_.setFrame(*childContentView_, {0, 0, w, h});
+    });
+    mainFrameView_.add(headerView_, l.header);
+    mainFrameView_.add(childContentWrapperView_, l.content);
+    mainFrameView_.setLayout([this](double w, double h) { layoutSubviews(w, h); });
+    headerView_.setDelegate(this);
+
+    headerView_.add(trafficLights(), l.lights.hover);
+    headerView_.add(fullScreenButton_, l.fullScreenButton);
+    headerView_.setLayout([this](double w, double h) {
+        headerView_.layoutSubviews(w, h);
+        const chrome::ZELMainWindowLayout now = chrome::mainWindowLayout(
+            w, h + 50, {double(fullScreenButton_.fitWidth()), double(fullScreenButton_.fitHeight())});
+        headerView_.setFrame(fullScreenButton_, now.fullScreenButton);
+    });
+    fullScreenButton_.signalClicked().connect([this] {
+        if (is_fullscreen()) {
+            unfullscreen();
+        } else {
+            fullscreen();
         }
-        delegate_->updateSearchQuery(text);
     });
-    search_.signal_activate().connect([this] {
-        suggestionShown_ = false;
-        if (delegate_) delegate_->submitSearchQuery(search_.get_text());
+
+    handle_.set_child(mainFrameView_);
+    set_child(handle_);
+    // The content area holds the keyboard until the content view arrives: the search field must not take it
+    // when the window first shows.
+    childContentWrapperView_.set_focusable(true);
+    set_focus(childContentWrapperView_);
+
+    property_fullscreened().signal_changed().connect([this] {
+        trafficLights().set_visible(!is_fullscreen());
+        updateCorners();
     });
-    search_.signal_stop_search().connect([this] {
-        if (!suggestionShown_) return;
-        suggestionShown_ = false;
-        if (delegate_) delegate_->hideSearchSuggestion();
+    property_maximized().signal_changed().connect([this] { updateCorners(); });
+    // A debug line at the first frame, for start-up timing (G_MESSAGES_DEBUG=Ostrelle).
+    signal_map().connect([this] {
+        if (firstFrame_.connected() || drawn_) return;
+        const Glib::RefPtr<Gdk::FrameClock> clock = get_frame_clock();
+        if (!clock) return;
+        // After the toolkit's own handler, which draws the window.
+        firstFrame_ = clock->signal_paint().connect(
+            [this] {
+                drawn_ = true;
+                g_log("Ostrelle", G_LOG_LEVEL_DEBUG, "main window first frame");
+                firstFrame_.disconnect();
+            },
+            true);
     });
-    showSignedIn(false);
+    signal_realize().connect([this] {
+        surface_ = get_surface() ? get_surface()->gobj() : nullptr;
+        if (!surface_ || !GDK_IS_TOPLEVEL(surface_)) return;
+        surfaceStateHandler_ = g_signal_connect_swapped(
+            surface_, "notify::state", G_CALLBACK(+[](ZELMainWindow* self) { self->updateCorners(); }), this);
+    });
+    signal_unrealize().connect([this] {
+        if (surface_ && surfaceStateHandler_) g_signal_handler_disconnect(surface_, surfaceStateHandler_);
+        surface_ = nullptr;
+        surfaceStateHandler_ = 0;
+    });
+}
+
+ZELMainWindow::~ZELMainWindow() {
+    firstFrame_.disconnect();
+    if (surface_ && surfaceStateHandler_) g_signal_handler_disconnect(surface_, surfaceStateHandler_);
+}
+
+void ZELMainWindow::layoutSubviews(double w, double h) {
+    const chrome::ZELMainWindowLayout l = chrome::mainWindowLayout(w, h, {});
+    mainFrameView_.setFrame(headerView_, l.header);
+    mainFrameView_.setFrame(childContentWrapperView_, l.content);
+}
+
+void ZELMainWindow::updateCorners() {
+    const bool square = surface_ && GDK_IS_TOPLEVEL(surface_) &&
+                        (gdk_toplevel_get_state(GDK_TOPLEVEL(surface_)) & kSquareStates) != 0;
+    headerView_.bgView().setSquareCorners(square || is_maximized() || is_fullscreen());
+    if (square || is_maximized() || is_fullscreen()) {
+        childContentWrapperView_.add_css_class("square");
+    } else {
+        childContentWrapperView_.remove_css_class("square");
+    }
 }
 
 void ZELMainWindow::setContentView(Gtk::Widget& view) {
-    view.set_vexpand(true);
-    view.set_hexpand(true);
-    root_.append(view);
+    if (childContentView_ == &view) return;
+    if (childContentView_) childContentWrapperView_.remove(*childContentView_);
+    childContentView_ = &view;
+    zelLog("setContentView");
+    childContentWrapperView_.add(view, {0, 0, double(view.get_width()), double(view.get_height())});
+    // The page, not the search field, has the keyboard when the window first shows.
+    set_focus(view);
 }
 
-void ZELMainWindow::updateUserName(const Value& name, const Value& /*avatarSrc*/) {
-    const std::string* text = textOf(name);
-    const bool signedIn = text && !text->empty();
-    userName_.set_text(signedIn ? *text : "");
-    showSignedIn(signedIn);
+void ZELMainWindow::updateUserName(const Value& name, const Value& avatarSrc) {
+    headerView_.updateUserName(name, avatarSrc);
 }
 
-void ZELMainWindow::showSignedIn(bool signedIn) {
-    userName_.set_visible(signedIn);
-    logout_.set_visible(signedIn);
-    login_.set_visible(!signedIn);
-    register_.set_visible(!signedIn);
+void ZELMainWindow::performClose() {
+    if (!windowShouldClose()) return;
+    set_visible(false);
+}
+
+void ZELMainWindow::historyBack() {
+    if (delegate_) delegate_->historyBack();
+}
+void ZELMainWindow::historyForward() {
+    if (delegate_) delegate_->historyForward();
+}
+void ZELMainWindow::submitSearchQuery(const std::string& query) {
+    if (delegate_) delegate_->submitSearchQuery(query);
+}
+void ZELMainWindow::updateSearchQuery(const std::string& query) {
+    if (delegate_) delegate_->updateSearchQuery(query);
+}
+void ZELMainWindow::showSearchSuggestion() {
+    if (delegate_) delegate_->showSearchSuggestion();
+}
+void ZELMainWindow::hideSearchSuggestion() {
+    if (delegate_) delegate_->hideSearchSuggestion();
+}
+void ZELMainWindow::showLoginWindowButtonClick() {
+    if (delegate_) delegate_->showLoginWindowButtonClick();
+}
+void ZELMainWindow::showRegisterWindowButtonClick() {
+    if (delegate_) delegate_->showRegisterWindowButtonClick();
+}
+void ZELMainWindow::logoutButtonClick() {
+    if (delegate_) delegate_->logoutButtonClick();
 }
 
 }  // namespace zel

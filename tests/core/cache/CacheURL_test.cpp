@@ -42,7 +42,8 @@ TEST(CacheURLTest, SafeRelativePathsStayBelowTheirFolder) {
     for (const char* unsafe : {"/www/../x", "/", "a\\b"}) EXPECT_FALSE(isSafeDecodedPath(unsafe)) << unsafe;
 }
 
-// Versions are read in the local time zone; the test pins one (UTC+8, without the zone database).
+// Versions are read in the local time zone; the test pins one (UTC+8, without the zone database) and
+// one that skipped a day.
 TEST(CacheVersionTest, LocalMidnightOfAValidDateAndTheBundleWinsATie) {
     const char* previous = std::getenv("TZ");
     const std::string saved = previous ? previous : "";
@@ -58,6 +59,11 @@ TEST(CacheVersionTest, LocalMidnightOfAValidDateAndTheBundleWinsATie) {
           "2014/02/29", "2014/04/31", "2014/03/0", "12345/01/01", "2014/003/01", "0/01/01", "2014//28"}) {
         EXPECT_EQ(secondsOfCacheVersion(text), std::nullopt) << text;
     }
+    // A day the zone skipped reads as the next day, whatever was read before (mktime guessed either side).
+    setenv("TZ", "Pacific/Apia", 1);
+    tzset();
+    EXPECT_EQ(*secondsOfCacheVersion("2011/12/31") - *secondsOfCacheVersion("2011/12/29"), 86400);
+    EXPECT_EQ(secondsOfCacheVersion("2011/12/30"), secondsOfCacheVersion("2011/12/31"));
     previous ? setenv("TZ", saved.c_str(), 1) : unsetenv("TZ");
     tzset();
 

@@ -58,6 +58,32 @@ TEST_F(AppUpdatePluginTest, VersionRoundTripIgnoringWrongInput) {
     EXPECT_EQ(page.calls.back().at(2), "{}");
 }
 
+// Writes wait for the disk worker in order; meanwhile the page reads what it asked for last.
+TEST_F(AppUpdatePluginTest, QueuedVersionWritesKeepTheirOrder) {
+    struct Deferred : ZELDiskWorker {
+        void run(std::function<void()> job, std::function<void()> done) override {
+            jobs.emplace_back(std::move(job), std::move(done));
+        }
+        std::vector<std::pair<std::function<void()>, std::function<void()>>> jobs;
+    } disk;
+    plugin.setDiskWorker(&disk);
+    call(1, "putLocalVersion", putText(R"({"cacheVersion":"2014/04/01"})"));
+    call(2, "getLocalVersion");
+    call(3, "clearWebCache");
+    call(4, "getLocalVersion");
+    ASSERT_EQ(disk.jobs.size(), 2u);
+    disk.jobs[0].first();
+    EXPECT_EQ(fs::readFile(plugin.localVersionFilePath()), "2014/04/01");
+    disk.jobs[1].first();
+    EXPECT_FALSE(std::filesystem::exists(plugin.localVersionFilePath()));
+    for (auto& [job, done] : disk.jobs) done();
+    call(5, "getLocalVersion");
+    EXPECT_EQ(page.calls,
+              (std::vector<ArgList>{{2, 0, R"({"bundleVersion":"0.1.0","cacheVersion":"2014/04/01"})"},
+                                    {4, 0, R"({"bundleVersion":"0.1.0","cacheVersion":""})"},
+                                    {5, 0, R"({"bundleVersion":"0.1.0","cacheVersion":""})"}}));
+}
+
 TEST_F(AppUpdatePluginTest, RefreshAnswersTheLatestKeptCommandEachTime) {
     plugin.didFinishRefreshingWebCache();  // nothing kept yet
     call("a", "refreshWebCache");

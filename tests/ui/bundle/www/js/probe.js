@@ -218,11 +218,34 @@
     setTimeout(() => history.back(), 0);
   } else if (testCase === 'origin') {
     window.addEventListener('load', origin);
+  } else if (testCase === 'search') {
+    for (const name of ['showSuggestion', 'hideSuggestion', 'updateQuery', 'searchQuery', 'logout'])
+      window[name] = (...args) => report('call', {name, args});
+    // A second history entry for the header's back and forward buttons, and a signed-in user.
+    window.addEventListener('popstate', () => report('popstate', {hash: location.hash}));
+    history.pushState(null, '', '#two');
+    call('user', 'cordovaUserInfo', 'setUserInfo', JSON.stringify([{nickname: 'alice', avatarSrc: params.get('avatar')}]));
   } else if (testCase === 'login') {
+    // The first login fails, the second asks for a code (picture at the query's "code"), the third succeeds.
+    // "l" opens the window again; the page's selection is reported when the native Copy reaches it.
+    let attempts = 0;
     window.login = (...args) => {
       report('login', {args});
-      call('status', 'cordovaUserLogin', 'setLoginStatus', JSON.stringify(['0']));
+      attempts += 1;
+      if (attempts === 1) call('e', 'cordovaUserLogin', 'setLoginErrorMessage', JSON.stringify(['密码错误']));
+      if (attempts === 2) {
+        call('n', 'cordovaUserLogin', 'setLoginNeedVerifyCode', JSON.stringify(['true']));
+        call('i', 'cordovaUserLogin', 'setLoginVerifyCodeImageSrc', JSON.stringify([params.get('code')]));
+      }
+      if (attempts >= 3) call('status', 'cordovaUserLogin', 'setLoginStatus', JSON.stringify(['0']));
     };
+    document.addEventListener('keydown', (e) => { if (e.key === 'l') call('show', 'cordovaUserLogin', 'showLoginWindow', '[]'); });
+    document.addEventListener('copy', () => report('copied', String(window.getSelection())));
+    document.addEventListener('DOMContentLoaded', () => {
+      const text = document.body.appendChild(document.createElement('p'));
+      text.textContent = 'copy me';
+      window.getSelection().selectAllChildren(text);
+    });
     // Before the login window exists these have nothing to act on.
     call('early', 'cordovaUserLogin', 'setLoginStatus', JSON.stringify(['0']));
     call('early', 'cordovaUserLogin', 'setLoginErrorMessage', JSON.stringify(['no window yet']));
