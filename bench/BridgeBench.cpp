@@ -11,8 +11,7 @@
 //    view's proxy) and in MiniBrowser (direct), and reports the median and 99th percentile.
 //
 // It prints figures and ratios; it asserts nothing.
-#include "support/Http.h"
-#include "support/Process.h"
+#include "support/Program.h"
 
 #include <gio/gio.h>
 #include <nlohmann/json.hpp>
@@ -47,7 +46,7 @@ void writeFile(const fs::path& path, const std::string& content) {
 }
 
 // Each run gets folders of its own, so nothing of an earlier run (website data, caches) helps it.
-EnvironmentChanges freshHome(const fs::path& home) {
+std::map<std::string, std::optional<std::string>> freshHome(const fs::path& home) {
     for (const char* dir : {"data", "cache", "config"}) fs::create_directories(home / dir);
     return {{"XDG_DATA_HOME", (home / "data").string()},
             {"XDG_CACHE_HOME", (home / "cache").string()},
@@ -72,7 +71,7 @@ bool busNameHasOwner(const char* name) {
 
 // A program that is still registered on the bus would take over the next start instead of a new process.
 void waitForSingleInstanceNames() {
-    waitUntil([] {
+    waitFor([] {
         return !busNameHasOwner("org.ostrelle.Ostrelle") && !busNameHasOwner("org.webkitgtk.MiniBrowser");
     });
 }
@@ -123,7 +122,7 @@ constexpr const char* kExecBenchScript = R"JS((function () {
 
 void benchExec(const Options& options) {
     TempDir dir("ostrelle-bench");
-    const fs::path bundle = fs::path(dir.path()) / "bundle";
+    const fs::path bundle = fs::path(dir.path) / "bundle";
     writeFile(bundle / "cache_version", "");
     writeFile(bundle / "www/index.html",
               "<!DOCTYPE html><html><head><meta charset=\"utf-8\"><title>exec</title>"
@@ -131,16 +130,15 @@ void benchExec(const Options& options) {
     writeFile(bundle / "www/exec.js", kExecBenchScript);
 
     waitForSingleInstanceNames();
-    Process app(options.program,
-                {"--console-log", "--bundle", bundle.string(), "--start-page",
+    Program app({options.program, "--console-log", "--bundle", bundle.string(), "--start-page",
                  std::string("http://") + kPageHost +
                      "/player/mac/www/index.html?calls=" + std::to_string(options.calls)},
-                freshHome(fs::path(dir.path()) / "home"));
+                freshHome(fs::path(dir.path) / "home"));
     const std::string marker = " CONSOLE LOG BENCH exec ";
     const std::size_t at =
-        app.expectLine([&](const OutputLine& line) { return line.text.find(marker) != std::string::npos; },
+        app.expectLine([&](const std::string& line) { return line.find(marker) != std::string::npos; },
                        "with the figures", 0, std::chrono::minutes(5));
-    const std::string text = app.lines()[at].text;
+    const std::string text = app.lines()[at];
     const auto result = nlohmann::json::parse(text.substr(text.find(marker) + marker.size()));
     app.stop();
 
@@ -231,39 +229,40 @@ constexpr const char* kFirstFrameLine = "main window first frame";
 
 // From starting the browser to the page's load event reaching the recorder. Runs follow one another and each
 // ends before the next starts, so the first report after the start is this run's.
-ColdStart timeColdStart(RequestRecorder& recorder, const std::string& program,
-                        const std::vector<std::string>& args, const fs::path& home, bool firstFrame = false) {
+ColdStart timeColdStart(Loopback& recorder, const std::string& program, const std::vector<std::string>& args,
+                        const fs::path& home, bool firstFrame = false) {
     waitForSingleInstanceNames();
-    const std::size_t before = recorder.count();
-    EnvironmentChanges env = freshHome(home);
+    const std::size_t before = recorder.requests().size();
+    auto env = freshHome(home);
     if (firstFrame) env["G_MESSAGES_DEBUG"] = "Ostrelle";
     const auto started = Clock::now();
-    Process browser(program, args, env);
+    std::vector<std::string> argv{program};
+    argv.insert(argv.end(), args.begin(), args.end());
+    Program browser(argv, env);
     ColdStart result{};
     // Lines carry no time stamps, so the frame is timed as its line arrives; the recorder stamps the page's
     // ping itself, so waiting for the line first loses nothing.
-    if (firstFrame &&
-        browser.waitForLine([](const OutputLine& l) { return l.text.find(kFirstFrameLine) != l.text.npos; },
-                            0, std::chrono::minutes(2))) {
+    if (firstFrame) {
+        browser.expectLine([](const std::string& l) { return l.find(kFirstFrameLine) != l.npos; },
+                           "first frame", 0, std::chrono::minutes(2));
         result.firstFrame = std::chrono::duration<double, std::milli>(Clock::now() - started).count();
     }
-    const RequestRecorder::Request loaded =
-        recorder.expectRequest("/loaded", before, std::chrono::minutes(2));
+    const Loopback::Request loaded = recorder.expectRequest("/loaded", before, std::chrono::minutes(2));
     browser.stop();
-    result.milliseconds = std::chrono::duration<double, std::milli>(loaded.received - started).count();
+    result.milliseconds = std::chrono::duration<double, std::milli>(loaded.at - started).count();
     result.assetsLoaded = std::stoi(loaded.path.substr(loaded.path.find('=') + 1));
     return result;
 }
 
 void benchColdStart(const Options& options) {
     TempDir dir("ostrelle-bench");
-    RequestRecorder recorder;
-    const fs::path bundle = fs::path(dir.path()) / "bundle";
+    Loopback recorder;
+    const fs::path bundle = fs::path(dir.path) / "bundle";
     writeFile(bundle / "cache_version", "");
-    writeWebApp(bundle / "www", options.assets, recorder.url("/loaded"));
+    writeWebApp(bundle / "www", options.assets, "http://" + recorder.host() + "/loaded");
 
     int runs = 0;
-    const auto home = [&] { return fs::path(dir.path()) / ("home" + std::to_string(++runs)); };
+    const auto home = [&] { return fs::path(dir.path) / ("home" + std::to_string(++runs)); };
     // Ostrelle on its own start page (the bundle's index.html under its scheme); MiniBrowser on that file.
     const auto ostrelle = [&] {
         return timeColdStart(recorder, options.program, {"--bundle", bundle.string()}, home(), true);
@@ -319,7 +318,7 @@ void benchColdStart(const Options& options) {
 }
 
 // A page that times `count` sequential fetches of the recorder and sends the figures to it.
-void writeApiPage(const fs::path& www, const RequestRecorder& recorder, int count) {
+void writeApiPage(const fs::path& www, const Loopback& recorder, int count) {
     std::string script = R"JS(
 (async () => {
   const times = [];
@@ -337,16 +336,16 @@ void writeApiPage(const fs::path& www, const RequestRecorder& recorder, int coun
 })();
 )JS";
     script.replace(script.find("COUNT"), 5, std::to_string(count));
-    script.replace(script.find("API"), 3, recorder.url("/api"));
-    script.replace(script.find("RESULT"), 6, recorder.url("/result"));
+    script.replace(script.find("API"), 3, "http://" + recorder.host() + "/api");
+    script.replace(script.find("RESULT"), 6, "http://" + recorder.host() + "/result");
     writeFile(www / "index.html",
               "<!DOCTYPE html>\n<meta charset=\"utf-8\"><title>api</title><script>" + script + "</script>\n");
 }
 
 void benchApi(const Options& options) {
     TempDir dir("ostrelle-bench");
-    RequestRecorder recorder;
-    const fs::path bundle = fs::path(dir.path()) / "bundle";
+    Loopback recorder;
+    const fs::path bundle = fs::path(dir.path) / "bundle";
     writeFile(bundle / "cache_version", "");
     constexpr int kRequests = 1000;
     writeApiPage(bundle / "www", recorder, kRequests);
@@ -356,8 +355,10 @@ void benchApi(const Options& options) {
     // The page's figures, in milliseconds (its clock has coarse steps; the mean over all requests does not).
     const auto run = [&](const std::string& program, const std::vector<std::string>& args, const char* home) {
         waitForSingleInstanceNames();
-        const std::size_t before = recorder.count();
-        Process browser(program, args, freshHome(fs::path(dir.path()) / home));
+        const std::size_t before = recorder.requests().size();
+        std::vector<std::string> argv{program};
+        argv.insert(argv.end(), args.begin(), args.end());
+        Program browser(argv, freshHome(fs::path(dir.path) / home));
         const std::string path = recorder.expectRequest("/result", before, std::chrono::minutes(2)).path;
         browser.stop();
         const auto field = [&](const std::string& key) {

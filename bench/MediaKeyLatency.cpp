@@ -5,8 +5,8 @@
 // Run on a display with its own session bus, e.g.:
 //   tests/support/with-display.sh build/bench/media_key_latency
 // Prints figures; asserts nothing.
-#include "support/Process.h"
-#include "support/X11Probe.h"
+#include "X11Probe.h"
+#include "support/Program.h"
 
 #include <nlohmann/json.hpp>
 
@@ -43,10 +43,10 @@ void printFigures(const char* what, std::vector<double> samples) {
 }
 
 // The page's time stamp in a "PROBE called" line.
-std::optional<double> calledAt(const OutputLine& line) {
-    const auto at = line.text.find(" CONSOLE LOG PROBE called ");
+std::optional<double> calledAt(const std::string& line) {
+    const auto at = line.find(" CONSOLE LOG PROBE called ");
     if (at == std::string::npos) return std::nullopt;
-    const auto call = nlohmann::json::parse(line.text.substr(at + 26), nullptr, false);
+    const auto call = nlohmann::json::parse(line.substr(at + 26), nullptr, false);
     if (call.is_discarded() || call["name"] != "tooglePlayPause") return std::nullopt;
     return call["t"].get<double>();
 }
@@ -57,17 +57,17 @@ int main() {
     X11Probe x;
     TempDir home("ostrelle-bench");
     for (const char* dir : {"data", "cache", "config"})
-        std::filesystem::create_directories(home.path() + "/" + dir);
+        std::filesystem::create_directories(home.path + "/" + dir);
     const std::string start = "http://static.ostrelle.example/player/mac/www/index.html?case=bench";
-    Process app(OSTRELLE_PROGRAM, {"--console-log", "--bundle", OSTRELLE_MENU_BUNDLE, "--start-page", start},
-                {{"XDG_DATA_HOME", home.path() + "/data"},
-                 {"XDG_CACHE_HOME", home.path() + "/cache"},
-                 {"XDG_CONFIG_HOME", home.path() + "/config"}});
+    Program app({OSTRELLE_PROGRAM, "--console-log", "--bundle", OSTRELLE_MENU_BUNDLE, "--start-page", start},
+                {{"XDG_DATA_HOME", home.path + "/data"},
+                 {"XDG_CACHE_HOME", home.path + "/cache"},
+                 {"XDG_CONFIG_HOME", home.path + "/config"}});
     app.expectLine(
-        [](const OutputLine& l) { return l.text.find("CONSOLE LOG PROBE ready") != std::string::npos; },
+        [](const std::string& l) { return l.find("CONSOLE LOG PROBE ready") != std::string::npos; },
         "the page to be ready");
     app.expectLine(
-        [](const OutputLine& l) { return l.text.find("Media key tap: watching") != std::string::npos; },
+        [](const std::string& l) { return l.find("Media key tap: watching") != std::string::npos; },
         "the media-key tap");
 
     const std::uint32_t other = x.createWindow({1500, 100, 300, 200}, "Another application");
@@ -90,13 +90,13 @@ int main() {
     }
 
     std::vector<double> toPage, toReport;
-    std::size_t from = app.lineCount();
+    std::size_t from = app.lines().size();
     for (int i = 0; i < kPresses + kWarmUp; ++i) {
         const double sentWall = wallClockMs();
         const auto sent = std::chrono::steady_clock::now();
         x.fakeKey(kKeysymAudioPlay, true);
         x.fakeKey(kKeysymAudioPlay, false);
-        const std::size_t at = app.expectLine([](const OutputLine& l) { return calledAt(l).has_value(); },
+        const std::size_t at = app.expectLine([](const std::string& l) { return calledAt(l).has_value(); },
                                               "the page's tooglePlayPause", from);
         const auto reported = std::chrono::steady_clock::now();
         from = at + 1;

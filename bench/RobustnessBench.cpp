@@ -9,7 +9,7 @@
 //    a bridge call again, several rounds (the program reloads by itself up to three times a minute).
 //
 // It prints figures; it asserts nothing.
-#include "support/Process.h"
+#include "support/Program.h"
 
 #include <nlohmann/json.hpp>
 
@@ -20,6 +20,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -107,14 +108,15 @@ constexpr const char* kStressScript = R"JS((function () {
 })();
 )JS";
 
-std::vector<std::string> programArgs(const fs::path& bundle, const std::string& page) {
-    return {"--console-log", "--bundle", bundle.string(), "--static-file-host", kPageHost,
+std::vector<std::string> command(const std::string& program, const fs::path& bundle,
+                                 const std::string& page) {
+    return {program, "--console-log", "--bundle", bundle.string(), "--static-file-host", kPageHost,
             // A refresh asks a closed port on loopback; nothing leaves the machine.
             "--config-base-url", "http://127.0.0.1:9/config", "--start-page",
             std::string("http://") + kPageHost + "/player/mac/www/index.html" + page};
 }
 
-EnvironmentChanges freshHome(const fs::path& home) {
+std::map<std::string, std::optional<std::string>> freshHome(const fs::path& home) {
     fs::create_directories(home);
     return {{"XDG_DATA_HOME", (home / "data").string()},
             {"XDG_CACHE_HOME", (home / "cache").string()},
@@ -123,26 +125,26 @@ EnvironmentChanges freshHome(const fs::path& home) {
 }
 
 // The JSON after marker on a console line at or after from; at is set to the line's index.
-nlohmann::json expectReport(Process& app, const std::string& marker, std::size_t from, std::size_t& at,
+nlohmann::json expectReport(Program& app, const std::string& marker, std::size_t from, std::size_t& at,
                             Clock::duration timeout) {
-    at = app.expectLine([&](const OutputLine& line) { return line.text.find(marker) != std::string::npos; },
+    at = app.expectLine([&](const std::string& line) { return line.find(marker) != std::string::npos; },
                         marker, from, timeout);
-    const std::string text = app.lines()[at].text;
+    const std::string text = app.lines()[at];
     return nlohmann::json::parse(text.substr(text.find(marker) + marker.size()));
 }
 
 void benchCalls(const Options& options) {
     TempDir dir("ostrelle-bench");
-    const fs::path bundle = fs::path(dir.path()) / "bundle";
+    const fs::path bundle = fs::path(dir.path) / "bundle";
     writeFile(bundle / "cache_version", "");
     writeFile(bundle / "www/index.html",
               "<!DOCTYPE html><html><head><meta charset=\"utf-8\"><title>stress</title>"
               "<script src=\"stress.js\"></script></head><body></body></html>");
     writeFile(bundle / "www/stress.js", kStressScript);
-    Process app(options.program,
-                programArgs(bundle, "?calls=" + std::to_string(options.calls) +
-                                        "&batch=" + std::to_string(options.batch)),
-                freshHome(fs::path(dir.path()) / "home"));
+    Program app(
+        command(options.program, bundle,
+                "?calls=" + std::to_string(options.calls) + "&batch=" + std::to_string(options.batch)),
+        freshHome(fs::path(dir.path) / "home"));
     std::size_t at = 0;
     expectReport(app, "STRESS ", 0, at, std::chrono::minutes(1));
     const long before = residentKilobytes(app.pid());
@@ -162,7 +164,7 @@ void benchCalls(const Options& options) {
     } while (last["what"] != "end");
     const double seconds = std::chrono::duration<double>(Clock::now() - started).count();
     const long after = residentKilobytes(app.pid());
-    const bool alive = !app.exited();
+    const bool alive = !app.wait(Clock::duration::zero());
     app.stop();
     std::printf("  %ld calls in %.1f s (%.1f us a call); answered %ld, thrown in the page %ld\n",
                 last["done"].get<long>(), seconds, seconds * 1e6 / options.calls,
@@ -189,13 +191,13 @@ double median(std::vector<double> values) {
 
 void benchCrash(const Options& options) {
     TempDir dir("ostrelle-bench");
-    const fs::path bundle = fs::path(dir.path()) / "bundle";
+    const fs::path bundle = fs::path(dir.path) / "bundle";
     writeFile(bundle / "cache_version", "");
     writeFile(bundle / "www/index.html",
               "<!DOCTYPE html><html><head><meta charset=\"utf-8\"><title>ready</title>"
               "<script src=\"ready.js\"></script></head><body></body></html>");
     writeFile(bundle / "www/ready.js", kReadyScript);
-    Process app(options.program, programArgs(bundle, ""), freshHome(fs::path(dir.path()) / "home"));
+    Program app(command(options.program, bundle, ""), freshHome(fs::path(dir.path) / "home"));
     std::size_t at = 0;
     nlohmann::json ready = expectReport(app, "READY ", 0, at, std::chrono::minutes(1));
     std::printf(
@@ -203,7 +205,9 @@ void benchCrash(const Options& options) {
         "call\n");
     std::vector<double> times;
     for (int round = 1; round <= options.rounds; ++round) {
-        const std::vector<pid_t> web = descendantsNamed(app.pid(), "WebKitWebProces");
+        std::vector<pid_t> web;
+        std::istringstream found(run({"pgrep", "-g", std::to_string(app.pid()), "WebKitWebProces"}, false));
+        for (pid_t pid; found >> pid;) web.push_back(pid);
         if (web.empty()) {
             std::printf("  round %d: no web process found\n", round);
             break;

@@ -7,7 +7,7 @@ cd "$(dirname "$0")/.."
 packages=(
   g++ cmake ninja-build pkg-config clang-format clang libclang-rt-14-dev
   libgtkmm-4.0-dev libwebkitgtk-6.0-dev libsoup-3.0-dev libx11-dev libxcb-xkb-dev libxcb-xtest0-dev nlohmann-json3-dev libgtest-dev
-  xvfb xauth xdotool x11-utils dbus dbus-x11 webkit2gtk-driver fonts-noto-cjk curl openbox imagemagick
+  xvfb xauth xdotool x11-utils procps dbus dbus-x11 webkit2gtk-driver fonts-noto-cjk curl openbox imagemagick
   desktop-file-utils appstream librsvg2-bin help2man dpkg-dev file python3-gi libglib2.0-bin gettext tzdata
 )
 

@@ -9,7 +9,7 @@ scripts/setup.sh build-asan -DOSTRELLE_WERROR=ON -DOSTRELLE_SANITIZE=ON -DOSTREL
 
 # The size of the suite as the project counts it: non-blank lines of tests/ against those of src/.
 nonblank() { git ls-files -z "$@" | xargs -0 cat | grep -cv '^[[:space:]]*$'; }
-tests_lines=$(nonblank 'tests/*.cpp' 'tests/*.h' 'tests/*.js' 'tests/*.sh')
+tests_lines=$(nonblank 'tests/*.cpp' 'tests/*.h' 'tests/*.js' 'tests/*.sh' 'tests/*.py')
 src_lines=$(nonblank 'src/*.cpp' 'src/*.h')
 awk -v t="$tests_lines" -v s="$src_lines" 'BEGIN { printf "tests/src: %.2f (%d/%d non-blank lines)\n", t / s, t, s }'
 

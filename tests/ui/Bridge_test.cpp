@@ -1,6 +1,8 @@
-// The zelPlugin bridge in the real web view: where it exists, what the page sees of it, when answers arrive,
-// and what reaches the native side from hostile or broken calls.
-#include "ShellTest.h"
+// The zelPlugin bridge in the real web view: where it exists and what the page sees of it, when answers
+// arrive, what reaches the native side from hostile or broken calls, and a web process that dies under it.
+#include "App.h"
+
+#include <signal.h>
 
 #include <gmock/gmock.h>
 
@@ -9,212 +11,120 @@ namespace {
 
 using testing::ElementsAre;
 using testing::ElementsAreArray;
-using testing::IsEmpty;
 
 const json kOnlyExec = json::array({"exec"});
 const std::string kEmptyVersion = R"({"bundleVersion":"0.1.0","cacheVersion":""})";
 
-// UTF-16 code units as UTF-8; a lone surrogate becomes U+FFFD, as nothing can carry it in UTF-8.
-std::string utf8(const json& units) {
-    std::string out;
-    const auto put = [&out](char32_t c) {
-        if (c < 0x80) {
-            out += static_cast<char>(c);
-        } else if (c < 0x800) {
-            out += static_cast<char>(0xC0 | (c >> 6));
-            out += static_cast<char>(0x80 | (c & 0x3F));
-        } else if (c < 0x10000) {
-            out += static_cast<char>(0xE0 | (c >> 12));
-            out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-            out += static_cast<char>(0x80 | (c & 0x3F));
-        } else {
-            out += static_cast<char>(0xF0 | (c >> 18));
-            out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-            out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-            out += static_cast<char>(0x80 | (c & 0x3F));
-        }
-    };
-    for (std::size_t i = 0; i < units.size(); ++i) {
-        const char32_t u = units[i].get<char32_t>();
-        const bool high = u >= 0xD800 && u < 0xDC00, low = u >= 0xDC00 && u < 0xE000;
-        if (high && i + 1 < units.size() && units[i + 1].get<char32_t>() >= 0xDC00 &&
-            units[i + 1].get<char32_t>() < 0xE000) {
-            put(0x10000 + ((u - 0xD800) << 10) + (units[i + 1].get<char32_t>() - 0xDC00));
-            ++i;
-        } else {
-            put(high || low ? 0xFFFD : u);
-        }
+class Bridge : public App {
+  protected:
+    // Native log texts between the page's marks "mark_<from>" and "mark_<to>", without the header's
+    // "setUserName ..." lines that each user info call also causes.
+    std::vector<std::string> logBetween(const std::string& from, const std::string& to) {
+        const std::size_t start = expectLog(unknownMethod("mark_" + from));
+        std::vector<std::string> lines =
+            nativeLog(start + 1, expectLog(unknownMethod(to.starts_with("mark") ? to : "mark_" + to), start));
+        std::erase_if(lines, [](const std::string& l) { return l.starts_with("setUserName "); });
+        return lines;
     }
-    return out;
-}
+};
 
-// The program's own JSON writer escapes only the double quote and the line feed.
-std::string writerQuoted(const std::string& text) {
-    std::string out;
-    for (char c : text) {
-        if (c == '"') {
-            out += "\\\"";
-        } else if (c == '\n') {
-            out += "\\n";
-        } else {
-            out += c;
-        }
-    }
-    return out;
-}
-
-class BridgeTest : public ShellTest {};
-
-TEST_F(BridgeTest, EveryPageAndFrameHasOnlyExecBeforeItsOwnScriptsRun) {
-    launch("frames");
-    const json ready = expectReport("ready");
+TEST_F(Bridge, ReachesEveryPageAndFrameAndCarriesAnyTextBothWays) {
+    launchPage("case=bridge");
+    std::size_t at = 0;
+    const json ready = report("ready", 0, &at);
+    for (const char* key : {"ownKeys", "forIn"}) EXPECT_EQ(ready["early"][key], kOnlyExec) << key;
     EXPECT_EQ(ready["early"]["type"], "object");
-    EXPECT_EQ(ready["early"]["ownKeys"], kOnlyExec);
-    EXPECT_EQ(ready["early"]["forIn"], kOnlyExec);
     EXPECT_EQ(ready["early"]["prototype"], "null");
     EXPECT_EQ(ready["early"]["execType"], "function");
     EXPECT_EQ(ready["early"]["windowNames"], json::array({"zelPlugin"}));
     EXPECT_TRUE(ready["answered"]);
 
-    const json done = expectReport("frames-done");
-    ASSERT_EQ(done["frames"].size(), 4u) << done.dump();
-    for (const json& frame : done["frames"]) {
+    // Broken argument texts read as missing arguments; a version that is no text is not stored.
+    const std::string ignored =
+        "putLocalVersion: ignored, expected a JSON object text with a text cacheVersion";
+    std::vector<std::string> malformed(13, "ZelUserInfo (null) (null)");
+    malformed.insert(malformed.end(), {"ZelUserInfo from toString x", ignored, ignored, ignored});
+    EXPECT_THAT(logBetween("malformed", "sync"), ElementsAreArray(malformed));
+    EXPECT_EQ(report("malformed"),
+              json::parse(R"([{"id":"get","status":0,"result":)" + json(kEmptyVersion).dump() + "}]"));
+
+    // Answers come inside exec, with the id as sent; a throwing callback breaks nothing.
+    const json sync = report("sync");
+    EXPECT_EQ(sync["returned"], "undefined");
+    EXPECT_EQ(sync["answers"], json::parse(R"([{"id":"7","status":0,"result":)" + json(kEmptyVersion).dump() +
+                                           R"(,"argc":3,"insideExec":true}])"));
+    const json ids = report("ids");
+    EXPECT_EQ(ids["back"], ids["sent"]);
+    EXPECT_EQ(report("throwing"), json::parse(R"({"threw":false,"later":{"id":"t2","status":0}})"));
+
+    // An unknown plugin is silent; an unknown method of a known one is logged; neither answers.
+    const json silence = report("silence");
+    EXPECT_THAT(logBetween("silence", "markAfter"), testing::IsEmpty());
+    std::vector<std::string> unknown;
+    for (const json& method : silence["methods"])
+        unknown.push_back(unknownMethod(method, "cordovaAppUpdate"));
+    EXPECT_THAT(
+        nativeLog(expectLog(unknownMethod("markAfter")) + 1, expectLog(unknownMethod("mark_reentrant"))),
+        ElementsAreArray(unknown));
+    EXPECT_EQ(silence["answers"], json::array());
+
+    EXPECT_THAT(report("reentrant").get<std::vector<std::string>>(),
+                ElementsAre("exec1", "cb1", "exec2", "cb2", "exec3", "cb3", "exec4", "cb4", "exec5", "cb5",
+                            "ret5", "ret4", "ret3", "ret2",
+                            R"(read {"bundleVersion":"0.1.0","cacheVersion":"inside"})", "ret1"));
+
+    const json hostile = report("hostile");
+    EXPECT_EQ(hostile["wrong"], json::array());
+    expectLog(unknownMethod("markDone"));
+    std::string out;
+    for (const std::string& line : app().lines()) out += line + "\n";
+    for (const json& bytes : hostile["texts"]) {
+        std::string text;
+        for (const json& byte : bytes) text += static_cast<char>(byte.get<int>());
+        EXPECT_NE(out.find("] ZelUserInfo " + text + " avatar:" + text + "\n"), std::string::npos) << text;
+    }
+    const json megabyte = report("megabyte");
+    EXPECT_EQ(megabyte, json::parse(R"({"answers":2,"idMatches":true,"resultMatches":true})"));
+    const std::string big = std::string(1 << 20, 'x') + "中" + std::string(1000, 'y');
+    // The page hears the version at once; the file follows on the disk worker.
+    EXPECT_TRUE(waitFor([&] { return readFile(workDir() / "cache_version") == big; }));
+    EXPECT_NE(out.find("] ZelUserInfo " + big + " a\n"), std::string::npos);
+
+    // Every frame has the bridge before its own scripts, and its answers go to its own callback.
+    const json frames = report("frames");
+    ASSERT_EQ(frames["frames"].size(), 4u) << frames;
+    for (const json& frame : frames["frames"]) {
         SCOPED_TRACE(frame.dump());
-        EXPECT_EQ(frame["type"], "object");
         EXPECT_EQ(frame["ownKeys"], kOnlyExec);
-        // Each frame's answer goes to that frame's own callback, synchronously.
         EXPECT_TRUE(frame["answeredBeforeReturn"]);
         const std::string id = "frame-" + frame["name"].get<std::string>() + "-" + frame["depth"].dump();
         EXPECT_EQ(frame["answers"], json::parse(R"([{"id":")" + id + R"(","status":0}])"));
     }
-    EXPECT_THAT(done["topAnswers"], IsEmpty());
-}
+    EXPECT_EQ(frames["topAnswers"], json::array());
 
-TEST_F(BridgeTest, APageReachedByNavigationHasTheBridgeToo) {
-    launch("navigate");
-    std::size_t at = 0;
-    EXPECT_EQ(expectReport("ready", 0, &at)["page"], "index.html");
-    const json second = expectReport("ready", at + 1, &at);
+    // A page reached by navigation has it; going back restores the page or loads it again, with it both ways.
+    const json second = report("ready", at + 1, &at);
     EXPECT_EQ(second["page"], "second.html");
     EXPECT_EQ(second["early"]["ownKeys"], kOnlyExec);
-    EXPECT_TRUE(second["answered"]);
-
-    // Going back either restores the first page from the page cache or loads it again; both keep the bridge.
     const std::size_t back = app().expectLine(
-        [](const OutputLine& line) {
-            return line.text.find("PROBE pageshow ") != std::string::npos ||
-                   line.text.find(R"(PROBE ready {"page":"index.html")") != std::string::npos;
+        [](const std::string& l) {
+            return l.find("PROBE pageshow ") != l.npos ||
+                   l.find(R"(PROBE ready {"page":"index.html")") != l.npos;
         },
         "for the first page shown again", at + 1);
-    const std::string text = app().lines()[back].text;
-    const json again = json::parse(text.substr(text.find('{')));
-    const json& shape = again.contains("shape") ? again["shape"] : again["early"];
-    EXPECT_EQ(shape["ownKeys"], kOnlyExec);
-    EXPECT_EQ(shape["execType"], "function");
-}
+    const json again = json::parse(app().lines()[back].substr(app().lines()[back].find('{')));
+    EXPECT_EQ((again.contains("shape") ? again["shape"] : again["early"])["ownKeys"], kOnlyExec);
 
-TEST_F(BridgeTest, AnswersArriveBeforeExecReturnsWithTheCallIdUnchanged) {
-    launch("sync");
-    const json sync = expectReport("sync");
-    EXPECT_EQ(sync["returned"], "undefined");
-    EXPECT_EQ(sync["answers"], json::parse(R"([{"id":"7","status":0,"result":)" + json(kEmptyVersion).dump() +
-                                           R"(,"argc":3,"insideExec":true}])"));
-
-    const json ids = expectReport("ids");
-    EXPECT_EQ(ids["back"], ids["sent"]);
-
-    const json throwing = expectReport("throwing");
-    EXPECT_EQ(throwing["threw"], false);
-    EXPECT_EQ(throwing["later"], json::parse(R"({"id":"t2","status":0})"));
-}
-
-TEST_F(BridgeTest, ExecCanBeCalledAgainFromInsideTheCallback) {
-    launch("reentrant");
-    const json events = expectReport("reentrant");
-    const std::string read = R"(read {"bundleVersion":"0.1.0","cacheVersion":"written-inside-a-callback"})";
-    // Each nested call is answered before it returns, and the outer calls carry on where they were.
-    EXPECT_THAT(events.get<std::vector<std::string>>(),
-                ElementsAre("exec1", "cb1", "exec2", "cb2", "exec3", "cb3", "exec4", "cb4", "exec5", "cb5",
-                            "ret5", "ret4", "ret3", "ret2", read, "ret1"));
-}
-
-TEST_F(BridgeTest, UnknownPluginIsSilentAndUnknownMethodIsLogged) {
-    launch("silence");
-    const std::size_t before = expectLog(unknownMethodLine("markBefore", "cordovaMenu"));
-    const std::size_t after = expectLog(unknownMethodLine("markAfter", "cordovaMenu"), before);
-    EXPECT_THAT(withoutLifecycle(nativeLog(before + 1, after)), IsEmpty());
-
-    const json silence = expectReport("silence");
-    const std::size_t done = expectLog(unknownMethodLine("markDone", "cordovaMenu"), after);
-    std::vector<std::string> expected;
-    for (const json& method : silence["methods"])
-        expected.push_back(unknownMethodLine(method, "cordovaAppUpdate"));
-    expected.push_back(unknownMethodLine("noSuchMethod", "cordovaMenu"));
-    EXPECT_THAT(withoutLifecycle(nativeLog(after + 1, done)), ElementsAreArray(expected));
-    EXPECT_THAT(silence["answers"], IsEmpty());
-}
-
-class BridgeInputTest : public ShellTest {};
-
-TEST_F(BridgeInputTest, HostileStringsArriveIntact) {
-    launch("hostile");
-    std::size_t at = 0;
-    std::string last;
-    for (bool more = true; more;) {
-        const json item = expectReport("hostile", at, &at);
-        ++at;
-        more = !item["last"].get<bool>();
-        const std::string text = utf8(item["units"]);
-        SCOPED_TRACE("string #" + item["index"].dump() + ": " + item["units"].dump());
-        // As a call id it comes back unchanged; as a version it is stored and read back by native code.
-        EXPECT_EQ(utf8(item["idUnits"]), text);
-        EXPECT_EQ(item["result"],
-                  R"({"bundleVersion":"0.1.0","cacheVersion":")" + writerQuoted(text) + R"("})");
-        last = text;
-    }
-    expectLog(unknownMethodLine("markDone", "cordovaMenu"));
-    EXPECT_TRUE(waitUntil([&] { return readFile(workingDirectory() / "cache_version") == last; }));
-
-    // As a user's name the text reaches the plugin unchanged, also where it holds line feeds or format marks.
-    const std::string log = app().text(Stream::Stderr);
-    for (const json& item : reportsSoFar("hostile")) {
-        const std::string text = utf8(item["units"]);
-        EXPECT_NE(log.find("] ZelUserInfo " + text + " avatar:" + text + "\n"), std::string::npos)
-            << "no log line for string #" << item["index"];
-    }
-}
-
-TEST_F(BridgeInputTest, MegabyteArgumentsCrossBothWays) {
-    launch("megabyte");
-    const json result = expectReport("megabyte");
-    EXPECT_EQ(result["answers"], 2);
-    EXPECT_TRUE(result["resultMatches"]) << "result length " << result["resultLength"];
-    EXPECT_TRUE(result["idMatches"]);
-
-    const std::string big = std::string(1 << 20, 'x') + "中" + std::string(1000, 'y');
-    expectLog(unknownMethodLine("markDone", "cordovaMenu"));
-    EXPECT_TRUE(waitUntil([&] { return readFile(workingDirectory() / "cache_version") == big; }));
-    EXPECT_NE(app().text(Stream::Stderr).find("] ZelUserInfo " + big + " a\n"), std::string::npos);
-}
-
-TEST_F(BridgeInputTest, MalformedCallsReadAsMissingArgumentsAndNothingBreaks) {
-    launch("malformed");
-    std::size_t start = 0;
-    expectReport("ready", 0, &start);
-    const std::size_t done = expectLog(unknownMethodLine("markDone", "cordovaMenu"), start);
-    const std::string nothing = "ZelUserInfo (null) (null)";
-    const std::string ignored =
-        "putLocalVersion: ignored, expected a JSON object text with a text cacheVersion";
-    // Eleven texts that are not an argument array, then exec without its fourth argument and with a number.
-    std::vector<std::string> expected(13, nothing);
-    expected.insert(expected.end(), {"ZelUserInfo from toString x", ignored, ignored, ignored});
-    // Each user info call also sets the header's user name ("setUserName ..."): not what is checked here.
-    std::vector<std::string> lines = withoutLifecycle(nativeLog(start, done));
-    std::erase_if(lines, [](const std::string& l) { return l.starts_with("setUserName "); });
-    EXPECT_THAT(lines, ElementsAreArray(expected));
-    EXPECT_EQ(expectReport("malformed")["answers"],
-              json::parse(R"([{"id":"get","status":0,"result":)" + json(kEmptyVersion).dump() + "}]"));
-    EXPECT_FALSE(std::filesystem::exists(workingDirectory() / "cache_version"));
+    // A web process that dies is replaced, and the page loaded again with the bridge.
+    const std::string webProcesses = run({"pgrep", "-g", std::to_string(app().pid()), "WebKitWebProces"});
+    ASSERT_FALSE(webProcesses.empty());
+    for (std::istringstream in(webProcesses); in >> at;) kill(static_cast<pid_t>(at), SIGKILL);
+    const std::size_t crashed = expectLog("web process ended (crash); reloading", back);
+    const json reloaded = report("ready", crashed + 1);
+    EXPECT_NE(reloaded["loadId"], ready["loadId"]);
+    EXPECT_EQ(reloaded["href"], ready["href"]);
+    EXPECT_EQ(reloaded["early"]["ownKeys"], kOnlyExec);
+    EXPECT_TRUE(reloaded["answered"]);
 }
 
 }  // namespace

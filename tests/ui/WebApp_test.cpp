@@ -1,84 +1,117 @@
-// The web app's home in the program: the files it is served from, the addresses it may not leave for, and a
-// web process that dies under it.
-#include "Desktop.h"
-#include "ShellTest.h"
-#include "support/Http.h"
-
-#include <signal.h>
-
-#include <fstream>
+// The web app at its service's own address (a loopback server here): its origin, cookies and API calls, the
+// files it is served from and those it may not reach, the addresses it may not leave for, and the proxy that
+// only the program itself may use.
+#include "App.h"
 
 #include <gmock/gmock.h>
+
+#include <fstream>
+#include <sstream>
 
 namespace zel::test {
 namespace {
 
-namespace fs = std::filesystem;
 using testing::ElementsAre;
 
 const std::string kBundleSecret = "bundle-cache-version-7f3a";  // tests/ui/bundle/cache_version, beside www
 const std::string kOutsideSecret = "outside-secret-5d1c";
 
-std::string queryValue(const std::string& text) {
-    static const char* hex = "0123456789ABCDEF";
-    std::string out;
-    for (unsigned char c : text) {
-        if (std::isalnum(c) || c == '-' || c == '_' || c == '.' || c == '~') {
-            out += static_cast<char>(c);
-        } else {
-            out += '%';
-            out += hex[c >> 4];
-            out += hex[c & 15];
-        }
+// The service's API: pings that set cookies, an open and a closed CORS answer, a page for a frame.
+void serve(SoupServerMessage* msg, const std::string& path) {
+    SoupMessageHeaders* in = soup_server_message_get_request_headers(msg);
+    SoupMessageHeaders* out = soup_server_message_get_response_headers(msg);
+    const char* cookie = soup_message_headers_get_one(in, "Cookie");
+    json body = {{"method", soup_server_message_get_method(msg)}, {"cookie", cookie ? cookie : ""}};
+    if (path == "/api/ping") {
+        SoupMessageBody* got = soup_server_message_get_request_body(msg);
+        body["body"] = std::string(got->data ? got->data : "", got->length);
+        if (!cookie) soup_message_headers_append(out, "Set-Cookie", "session=s1; Max-Age=3600; Path=/");
+        soup_message_headers_append(out, "Set-Cookie", "seen=1; Max-Age=3600; Path=/");
+    } else if (path == "/api/cors-open") {
+        soup_message_headers_append(out, "Access-Control-Allow-Origin",
+                                    soup_message_headers_get_one(in, "Origin"));
+        soup_message_headers_append(out, "Access-Control-Allow-Credentials", "true");
+    } else if (path == "/frame") {
+        const char* page = "<script>parent.postMessage(typeof window.zelPlugin, '*')</script>";
+        return soup_server_message_set_response(msg, "text/html", SOUP_MEMORY_STATIC, page, strlen(page)),
+               soup_server_message_set_status(msg, 200, nullptr);
+    } else if (path != "/api/cors-closed") {
+        return soup_server_message_set_status(msg, 404, nullptr);
     }
-    return out;
+    const std::string text = body.dump();
+    soup_server_message_set_status(msg, 200, nullptr);
+    soup_server_message_set_response(msg, "application/json", SOUP_MEMORY_COPY, text.data(), text.size());
 }
 
-class SchemeTest : public ShellTest {
+void echo(SoupServer*, SoupServerMessage*, const char*, SoupWebsocketConnection* connection, gpointer) {
+    g_object_ref(connection);
+    g_signal_connect(connection, "message", G_CALLBACK(+[](SoupWebsocketConnection* c, gint type, GBytes* m) {
+                         soup_websocket_connection_send_message(c, static_cast<SoupWebsocketDataType>(type),
+                                                                m);
+                     }),
+                     nullptr);
+    g_signal_connect(connection, "closed", G_CALLBACK(g_object_unref), nullptr);
+}
+
+class WebApp : public App {
   protected:
     // A copy of the test web app with symbolic links out of its folder, and one that stays inside.
     void SetUp() override {
-        const fs::path root = fs::path(home()) / "bundle-copy";
-        fs::create_directories(root);
-        fs::copy(testBundle(), root / "bundle", fs::copy_options::recursive);
-        fs::create_directories(root / "outside");
-        std::ofstream(root / "outside" / "secret.txt") << kOutsideSecret;
-        fs::create_symlink("../../outside/secret.txt", root / "bundle" / "www" / "link-out.txt");
-        fs::create_directory_symlink(root / "outside", root / "bundle" / "www" / "dir-out");
-        fs::create_symlink("index.html", root / "bundle" / "www" / "alias.html");
+        const fs::path root = home_.path;
+        fs::copy(bundle_, root / "bundle", fs::copy_options::recursive);
         bundle_ = root / "bundle";
+        fs::create_directories(root / "outside");
+        std::ofstream(root / "outside/secret.txt") << kOutsideSecret;
+        fs::create_symlink("../../outside/secret.txt", bundle_ / "www/link-out.txt");
+        fs::create_directory_symlink(root / "outside", bundle_ / "www/dir-out");
+        fs::create_symlink("index.html", bundle_ / "www/alias.html");
+        soup_server_add_websocket_handler(service_.server(), "/api/echo", nullptr, nullptr, echo, nullptr,
+                                          nullptr);
+        pageHost_ = service_.host();
     }
+    Loopback service_{serve}, other_{serve}, outside_{serve};
 };
 
-TEST_F(SchemeTest, ServesTheWebAppFolderAndNothingOutsideIt) {
-    // Files the web app folder lacks are fetched from the static file server: here one on loopback.
-    RequestRecorder staticServer;
-    pageHost_ = "127.0.0.1:" + std::to_string(staticServer.port());
-    const std::vector<std::string> served{"js/probe.js", "/player/mac/www/frame.html", "alias.html"};
-    const std::vector<std::string> missing{"missing.js", "js/missing.js"};
-    // Addresses that name a place outside the folder, in any spelling, are not answered from disk: the
-    // server is asked, and nothing from outside the folder comes back.
-    const std::vector<std::string> contained{"..%2fcache_version",
-                                             "js%2f..%2f..%2fcache_version",
-                                             "..%5ccache_version",
-                                             "%2e%2e/cache_version",
-                                             "/player/mac/cache_version",
-                                             "/etc/passwd",
-                                             "js/",
-                                             "link-out.txt",
-                                             "dir-out/secret.txt",
-                                             "%252e%252e/cache_version",
-                                             "nul%00.js",
-                                             "..%c0%afcache_version"};
-    std::string query;
+TEST_F(WebApp, LivesAtItsServicesAddressAndStaysInItsFolderAndPage) {
+    // The bundle's files, files it lacks, and addresses that name a place outside its folder, in any
+    // spelling.
+    std::vector<std::string> served{"js/probe.js", "/player/mac/www/frame.html", "alias.html"};
+    std::vector<std::string> missing{"missing.js", "js/missing.js"};
+    std::vector<std::string> contained;
+    std::istringstream in(
+        "..%2fcache_version js%2f..%2f..%2fcache_version ..%5ccache_version %2e%2e/cache_version "
+        "/player/mac/cache_version /etc/passwd js/ link-out.txt dir-out/secret.txt "
+        "%252e%252e/cache_version nul%00.js ..%c0%afcache_version");
+    for (std::string target; in >> target;) contained.push_back(target);
+    std::string query = "case=origin&other=" + other_.host() + "&away=http://" + outside_.host() + "/frame";
     for (const auto* list : {&served, &missing, &contained}) {
-        for (const std::string& target : *list)
-            query += (query.empty() ? "target=" : "&target=") + queryValue(target);
+        for (const std::string& target : *list) {
+            char* escaped = g_uri_escape_string(target.c_str(), nullptr, FALSE);
+            query += "&target=" + std::string(escaped);
+            g_free(escaped);
+        }
     }
-    launch("scheme", {}, query);
+    launchPage(query);
+
+    const json page = report("origin");
+    SCOPED_TRACE(page.dump());
+    EXPECT_EQ(page["origin"], "http://" + service_.host());
+    EXPECT_EQ(page["get"]["json"]["cookie"], "");
+    EXPECT_EQ(page["cookie"], "session=s1; seen=1");  // both Set-Cookie fields arrived
+    EXPECT_EQ(page["post"]["json"],
+              json::parse(R"({"method":"POST","body":"posted text","cookie":"session=s1; seen=1"})"));
+    // Cookies belong to the host, not the port: a credentialed request to the other origin carries them.
+    EXPECT_EQ(page["corsOpen"]["json"]["cookie"], "session=s1; seen=1");
+    EXPECT_TRUE(page["corsClosed"].contains("error"));  // the answer reached the page's browser, not the page
+    EXPECT_EQ(
+        page["range"],
+        json::parse(R"({"status":206,"contentRange":"bytes 100-199/16044","length":100,"cache":"local"})"));
+    EXPECT_EQ(page["media"], json::parse(R"({"duration":2,"at":1.5})"));
+    EXPECT_EQ(page["socket"], "hello over the proxy");
+    EXPECT_EQ(page["frame"], "undefined");
 
     std::map<std::string, json> results;
-    for (const json& result : expectReport("scheme")) results[result["target"]] = result;
+    for (const json& result : report("scheme")) results[result["target"]] = result;
     for (const std::string& target : served) {
         SCOPED_TRACE(results[target].dump());
         EXPECT_EQ(results[target]["status"], 200);
@@ -87,99 +120,77 @@ TEST_F(SchemeTest, ServesTheWebAppFolderAndNothingOutsideIt) {
                   json::array({"content-length", "content-type", "x-hy-hashmap-cache"}));
     }
     EXPECT_EQ(results["js/probe.js"]["body"], readFile(bundle_ / "www/js/probe.js").substr(0, 200));
-    for (const std::string& target : missing) {
-        SCOPED_TRACE(results[target].dump());
-        EXPECT_EQ(results[target]["status"], 204);  // the server's answer, passed through
-        EXPECT_EQ(results[target]["cache"], nullptr);
-        staticServer.expectRequest("/player/mac/www/" + target);
+    for (const std::string& target : missing) {  // asked of the service where the folder lacks them
+        EXPECT_EQ(results[target]["status"], 404) << target;
+        EXPECT_EQ(results[target]["cache"], nullptr) << target;
+        service_.expectRequest("/player/mac/www/" + target);
+        expectLog("load raw http://" + service_.host() + "/player/mac/www/" + target);
     }
-    for (const std::string& target : contained) {
+    for (const std::string& target : contained)
         EXPECT_FALSE(results[target]["status"] == 200 && results[target]["cache"] == "local")
             << results[target];
-    }
     for (const auto& [target, result] : results) {
-        if (!result.contains("body")) continue;
-        const std::string body = result["body"];
-        EXPECT_EQ(body.find(kBundleSecret), std::string::npos) << target;
-        EXPECT_EQ(body.find(kOutsideSecret), std::string::npos) << target;
-        EXPECT_EQ(body.find("root:"), std::string::npos) << target;
+        for (const std::string& secret : {kBundleSecret, kOutsideSecret, std::string("root:")})
+            EXPECT_EQ(result.value("body", "").find(secret), std::string::npos) << target;
     }
-}
+    for (const Loopback::Request& request : service_.requests()) {  // the bundled files never left the disk
+        EXPECT_NE(request.path, "/player/mac/www/js/probe.js");
+        EXPECT_FALSE(request.path.starts_with("/player/mac/www/index.html")) << request.path;
+    }
 
-class NavigationTest : public ShellTest {};
-
-TEST_F(NavigationTest, ExternalLinksAndWindowsOpenInTheBrowserAndThePageStays) {
-    launch("external");
-    const json ready = expectReport("ready");
-    const json layout = expectReport("layout");
-    const WindowGeometry main = windowGeometry(*mainWindow());
-    // The page fills the window below the header; it is split into four quadrants (see probe.js).
+    // Links, new windows and a script leaving the page open the browser; the page stays.
+    const json layout = report("layout");
+    const Rect main = mainWindow();
     const long width = layout["width"], height = layout["height"];
-    const long left = main.x + main.width - width, top = main.y + main.height - height;
-    // The pointer is moved onto a quadrant until the page reports it there, then clicked: before its first
-    // frame is drawn the page may miss a move, and every move is a new chance.
+    const long left = main.x + main.width - width, top = main.y + main.height - height;  // below the header
     const auto clickQuadrant = [&](int column, int row, const std::string& text) {
+        // Moved onto the quadrant until the page sees it there: before its first frame it may miss a move.
         const long x = left + width * (2 * column + 1) / 4, y = top + height * (2 * row + 1) / 4;
-        const std::size_t from = app().lineCount();
-        const auto hovered = [&text](const OutputLine& line) {
-            return line.text.find(R"(PROBE hover {"text":")" + text + "\"}") != std::string::npos;
-        };
-        const auto deadline = Clock::now() + kPatience;
-        for (int nudge = 0; !app().waitForLine(hovered, from, std::chrono::milliseconds(300)); ++nudge) {
-            if (Clock::now() > deadline)
-                throw WaitTimeout("the page never saw the pointer on \"" + text + "\"");
-            movePointerTo(x + nudge % 2, y);
+        const std::size_t from = app().lines().size();
+        const std::string hover = R"(PROBE hover {"text":")" + text + "\"}";
+        for (int nudge = 0; !waitFor(
+                 [&] {
+                     return app().lines().size() > from &&
+                            app().lines().back().find(hover) != std::string::npos;
+                 },
+                 std::chrono::milliseconds(300));
+             ++nudge) {
+            ASSERT_LT(nudge, 100) << "the page never saw the pointer on " << text;
+            xdotool({"mousemove", std::to_string(x + nudge % 2), std::to_string(y)});
         }
-        clickAt(x, y);
+        click(x, y);
     };
-    const auto expectBrowserOpened = [&](std::size_t count) {
-        if (!waitUntil([&] { return browserLog().size() >= count; }))
-            throw WaitTimeout("the browser was not opened:\n" + app().tail());
-    };
-
-    clickQuadrant(0, 0, "link");
-    expectBrowserOpened(1);
-    clickQuadrant(1, 0, "new window link");
-    expectBrowserOpened(2);
-    clickQuadrant(0, 1, "window.open");
-    expectBrowserOpened(3);
+    const std::size_t before = browserLog().size();
+    for (const auto& [column, row, text] :
+         {std::tuple{0, 0, "link"}, {1, 0, "new window link"}, {0, 1, "window.open"}}) {
+        clickQuadrant(column, row, text);
+        EXPECT_TRUE(waitFor([&] { return browserLog().size() > before; })) << text;
+    }
     clickQuadrant(1, 1, "still here?");
-    const json alive = expectReport("alive");
+    const json alive = report("alive"), stayed = report("stayed");
+    outside_.expectRequest("/frame");  // asked for: only its answer showed it was outside
+    EXPECT_THAT(
+        browserLog(),
+        ElementsAre("http://external.example.test/link?from=probe", "http://external.example.test/blank",
+                    "http://external.example.test/open", "http://" + outside_.host() + "/frame"));
+    EXPECT_EQ(stayed, alive);
+    EXPECT_EQ(reports("ready").size(), 1u);
 
-    EXPECT_THAT(browserLog(),
-                ElementsAre("http://external.example.test/link?from=probe",
-                            "http://external.example.test/blank", "http://external.example.test/open"));
-    EXPECT_EQ(alive["loadId"], ready["loadId"]);
-    EXPECT_EQ(alive["href"], ready["href"]);
-    EXPECT_EQ(alive["type"], "object");
-    EXPECT_EQ(reportsSoFar("ready").size(), 1u);
-}
+    // Another local process cannot use the proxy, whatever it asks for.
+    const auto log = nativeLog();
+    const auto listening = std::find_if(log.begin(), log.end(), [](const std::string& l) {
+        return l.starts_with("web proxy listening on ");
+    });
+    ASSERT_NE(listening, log.end());
+    const std::string proxy = listening->substr(23);
+    const std::size_t asked = service_.requests().size();
+    EXPECT_EQ(httpRequest("GET", "http://" + service_.host() + "/api/ping", {}, proxy).status, 407u);
+    EXPECT_EQ(httpRequest("GET", webAppURL("index.html", "", pageHost_), {}, proxy).status, 407u);
+    EXPECT_EQ(service_.requests().size(), asked);
 
-TEST_F(NavigationTest, AScriptSendingTheViewOutsideOpensTheBrowserInstead) {
-    RequestRecorder outside;
-    const std::string away = outside.url("/page/away");
-    launch("leave", {}, "away=" + queryValue(away));
-    const json alive = expectReport("alive");
-    outside.expectRequest("/page/away");
-    EXPECT_THAT(browserLog(), ElementsAre(away));
-    EXPECT_EQ(alive["type"], "object");
-    EXPECT_NE(alive["href"].get<std::string>().find("case=leave"), std::string::npos) << alive;
-}
-
-TEST_F(NavigationTest, ACrashedWebProcessIsReloadedWithTheBridge) {
-    launch("idle");
-    std::size_t at = 0;
-    const json first = expectReport("ready", 0, &at);
-    const std::vector<pid_t> webProcesses = descendantsNamed(app().pid(), "WebKitWebProces");
-    ASSERT_FALSE(webProcesses.empty());
-    for (pid_t pid : webProcesses) kill(pid, SIGKILL);
-
-    expectLog("web process ended (crash); reloading", at);
-    const json again = expectReport("ready", at + 1);
-    EXPECT_NE(again["loadId"], first["loadId"]);
-    EXPECT_EQ(again["href"], first["href"]);
-    EXPECT_EQ(again["early"]["ownKeys"], json::array({"exec"}));
-    EXPECT_TRUE(again["answered"]);
+    // The service's cookie outlives the program.
+    launchPage("case=origin&pass=again");
+    EXPECT_EQ(report("origin")["get"]["json"]["cookie"], "session=s1; seen=1");
 }
 
 }  // namespace

@@ -113,16 +113,19 @@ ZELMainWindow::ZELMainWindow(int contentWidth, int contentHeight)
         surfaceStateHandler_ = g_signal_connect_swapped(
             surface_, "notify::state", G_CALLBACK(+[](ZELMainWindow* self) { self->updateCorners(); }), this);
     });
-    signal_unrealize().connect([this] {
-        if (surface_ && surfaceStateHandler_) g_signal_handler_disconnect(surface_, surfaceStateHandler_);
-        surface_ = nullptr;
-        surfaceStateHandler_ = 0;
-    });
+    unrealized_ = signal_unrealize().connect([this] { forgetSurface(); });
 }
 
 ZELMainWindow::~ZELMainWindow() {
     firstFrame_.disconnect();
+    unrealized_.disconnect();
+    forgetSurface();
+}
+
+void ZELMainWindow::forgetSurface() {
     if (surface_ && surfaceStateHandler_) g_signal_handler_disconnect(surface_, surfaceStateHandler_);
+    surface_ = nullptr;
+    surfaceStateHandler_ = 0;
 }
 
 void ZELMainWindow::layoutSubviews(double w, double h) {

@@ -64,6 +64,7 @@ class ZELMainWindow : public ZELTitledWindow, public ZELWindowHeaderViewDelegate
   private:
     void layoutSubviews(double w, double h);
     void updateCorners();
+    void forgetSurface();  // disconnects from the toplevel surface, if any
 
     ZELMainWindowDelegate* delegate_ = nullptr;
     Gtk::Widget* childContentView_ = nullptr;
@@ -76,6 +77,7 @@ class ZELMainWindow : public ZELTitledWindow, public ZELWindowHeaderViewDelegate
     GdkSurface* surface_ = nullptr;
     gulong surfaceStateHandler_ = 0;
     sigc::connection firstFrame_;  // disconnected after the first frame and in the destructor
+    sigc::connection unrealized_;  // disconnected in the destructor: the base class unrealizes after it
     bool drawn_ = false;
 };
 

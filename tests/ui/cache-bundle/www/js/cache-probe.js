@@ -29,7 +29,6 @@
   let published = '';
   window.zelNativeCallback = function (id, status, result) {
     report('answer', {id, status, argc: arguments.length, result: result === undefined ? null : result});
-    if (id === 'again') zelPlugin.exec('again2', 'cordovaAppUpdate', 'refreshWebCache', '[]');
     if (id === 'refresh' && published) {
       // As the web app does once a refresh has ended: record the version now held in the cache.
       zelPlugin.exec('put', 'cordovaAppUpdate', 'putLocalVersion', JSON.stringify([JSON.stringify({cacheVersion: published})]));
@@ -41,20 +40,17 @@
     report('ready', {build: BUILD, script: await answerOf('js/cache-probe.js'), page: await answerOf('index.html')});
     if (testCase === 'miss') {
       report('miss', {missing: await answerOf('missing.js'), extra: await answerOf('extra.txt')});
-    } else if (testCase === 'refresh') {
-      const version = await answerOf(`version.txt?${Date.now()}`);
-      published = version.body.trim();
-      report('published', version);
-      zelPlugin.exec('refresh', 'cordovaAppUpdate', 'refreshWebCache', '[]');
-    } else if (testCase === 'cancel') {
-      // A file from a server that never answers; a click takes the page elsewhere while it waits.
+      // Then a file from a server that never answers; a click takes the page elsewhere while it waits.
       const script = document.createElement('script');
       script.src = `http://${new URLSearchParams(location.search).get('stall')}/player/mac/www/stall.js`;
       document.head.append(script);
       document.addEventListener('mousedown', () => { location.href = 'index.html?case=after'; });
       report('waiting', {});
-    } else if (testCase === 'again') {
-      zelPlugin.exec('again', 'cordovaAppUpdate', 'refreshWebCache', '[]');
+    } else if (testCase === 'refresh') {
+      const version = await answerOf(`version.txt?${Date.now()}`);
+      published = version.body.trim();
+      report('published', version);
+      zelPlugin.exec('refresh', 'cordovaAppUpdate', 'refreshWebCache', '[]');
     }
   })();
 })();

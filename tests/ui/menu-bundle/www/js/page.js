@@ -4,7 +4,7 @@
 //   click {x, y}               a left click, in page pixels (the tests locate the web view with it)
 //   menuOpening {kind, x, y}   a right click asks for a native menu
 //   menuClosed {kind, calls}   the menu request returned; calls = the functions called meanwhile
-//   called {name, args, t}     the shell called a global function; t = wall-clock time in milliseconds
+//   called {name, args, text, t}  the shell called a global function (text: "name(JSON, ...)"); t = wall-clock ms
 (function () {
   'use strict';
   const ascii = (s) => s.replace(/[^\x20-\x7e]/g, (c) => '\\u' + c.charCodeAt(0).toString(16).padStart(4, '0'));
@@ -22,7 +22,8 @@
                           'createDiyList', 'removeDiyList', 'renameDiyList', 'tooglePlayPause', 'forward', 'backward'];
   for (const name of shellFunctions) {
     window[name] = function () {
-      const call = {name, args: Array.from(arguments), t: performance.timeOrigin + performance.now()};
+      const args = Array.from(arguments), text = `${name}(${args.map((a) => JSON.stringify(a)).join(', ')})`;
+      const call = {name, args, text, t: performance.timeOrigin + performance.now()};
       if (callsDuringMenu) callsDuringMenu.push(name);
       report('called', call);
     };

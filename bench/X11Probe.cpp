@@ -1,4 +1,4 @@
-#include "support/X11Probe.h"
+#include "X11Probe.h"
 
 #include <xcb/xcb.h>
 #include <xcb/xproto.h>
