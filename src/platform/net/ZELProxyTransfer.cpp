@@ -25,6 +25,21 @@ void copyFields(SoupMessageHeaders* from, SoupMessageHeaders* to) {
         &copy);
 }
 
+// An answer that never has a body (RFC 9110 6.4.1); 1xx answers are the session's own business.
+bool isBodiless(SoupMessage* message) {
+    const guint status = soup_message_get_status(message);
+    return soup_message_get_method(message) == SOUP_METHOD_HEAD || status == SOUP_STATUS_NO_CONTENT ||
+           status == SOUP_STATUS_NOT_MODIFIED;
+}
+
+// The session takes a bodiless answer with neither a length nor chunks as ending at close, and would not
+// reuse its connection: such an answer ends with its header.
+void endBodilessAtHeader(SoupMessage* message) {
+    SoupMessageHeaders* headers = soup_message_get_response_headers(message);
+    if (isBodiless(message) && soup_message_headers_get_encoding(headers) == SOUP_ENCODING_EOF)
+        soup_message_headers_set_encoding(headers, SOUP_ENCODING_NONE);
+}
+
 void answerBadGateway(SoupServerMessage* msg, const char* why) {
     soup_server_message_set_status(msg, SOUP_STATUS_BAD_GATEWAY, nullptr);
     soup_server_message_set_response(msg, "text/plain", SOUP_MEMORY_COPY, why,
@@ -61,6 +76,7 @@ ZELProxyTransfer::ZELProxyTransfer(SoupSession* session, SoupServerMessage* msg,
       ended_(std::move(ended)) {
     // The web view follows redirects itself, with its own cookies and checks.
     soup_message_add_flags(upstream_.get(), SOUP_MESSAGE_NO_REDIRECT);
+    g_signal_connect(upstream_.get(), "got-headers", G_CALLBACK(endBodilessAtHeader), nullptr);
     soup_server_message_pause(msg_.get());
     finished_ = g_signal_connect(msg_.get(), "finished", G_CALLBACK(onFinished), this);
 }
@@ -153,18 +169,43 @@ void ZELProxyTransfer::responded(GObject* source, GAsyncResult* result) {
     SoupMessageHeaders* sent = soup_server_message_get_response_headers(msg_.get());
     soup_server_message_set_status(msg_.get(), soup_message_get_status(upstream_.get()),
                                    soup_message_get_reason_phrase(upstream_.get()));
+    // The server dated the answer when the request came in; the origin's own date is the one to pass on.
+    if (soup_message_headers_get_one(received, "Date") != nullptr) soup_message_headers_remove(sent, "Date");
     copyFields(received, sent);
-    if (soup_message_headers_get_encoding(received) == SOUP_ENCODING_CONTENT_LENGTH) {
+    const bool bodiless = isBodiless(upstream_.get());
+    if (soup_message_headers_get_encoding(received) == SOUP_ENCODING_CONTENT_LENGTH &&
+        soup_message_get_status(upstream_.get()) != SOUP_STATUS_NO_CONTENT) {
+        // For HEAD and 304 this is the length a GET would have had: passed on, no body is sent.
         soup_message_headers_set_content_length(sent, soup_message_headers_get_content_length(received));
     } else {
+        // Chunks keep the client's connection open after a body that ends when the origin closes, and after
+        // an answer without a body: the web view's network stack takes one with neither a length nor chunks
+        // as ending at close, and the server drops a Content-Length from a 204, even "0" (so a 204 says
+        // "chunked", although it carries no body and the client reads none).
         soup_message_headers_set_encoding(sent, SOUP_ENCODING_CHUNKED);
+    }
+    if (bodiless) {
+        // Nothing to pump: the answer goes out first, and the upstream side is finished after it (finished).
+        bodiless_ = std::move(owned);
+        soup_message_body_complete(soup_server_message_get_response_body(msg_.get()));
+        soup_server_message_unpause(msg_.get());
+        return;
     }
     pump_ = std::make_unique<ZELBodyPump>(msg_.get(), body, -1, [this](bool) { end(); });
     pump_->start();
 }
 
 void ZELProxyTransfer::onFinished(SoupServerMessage*, gpointer self) {
-    static_cast<ZELProxyTransfer*>(self)->clientGone();
+    auto* transfer = static_cast<ZELProxyTransfer*>(self);
+    if (transfer->bodiless_ == nullptr) {
+        transfer->clientGone();
+        return;
+    }
+    // Reading the (empty) body to its end, which takes no waiting, lets the upstream connection go back to
+    // its pool; closing it unread would not.
+    char none;
+    g_input_stream_read(transfer->bodiless_.get(), &none, 1, nullptr, nullptr);
+    transfer->end();
 }
 
 void ZELProxyTransfer::clientGone() {

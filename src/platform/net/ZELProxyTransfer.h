@@ -8,6 +8,10 @@
 // address; plainGet() sends a plain GET of another address, carrying nothing of the client's request. A
 // network failure before the answer's header becomes "502 Bad Gateway" with the reason as text.
 //
+// The client's connection stays open for its next request after every whole answer (a body that ends when
+// the origin closes goes out in chunks); the upstream one goes back to the session's pool unless the origin
+// closes it. An answer without a body (204, 304, HEAD) goes out before the upstream side is finished.
+//
 // Owned by the proxy until `ended` runs (which may destroy it); destroying it earlier cancels the transfer.
 // The session is not owned and must outlive it. Main thread.
 #pragma once
@@ -58,6 +62,8 @@ class ZELProxyTransfer {
     EndedHandler ended_;
     AsyncLink<ZELProxyTransfer>* link_ = nullptr;
     std::unique_ptr<ZELBodyPump> pump_;
+    // The upstream body of an answer that has none, until the answer is out.
+    GObjectPtr<GInputStream> bodiless_;
     gulong finished_ = 0;
     GSource* clientWatch_ = nullptr;
 };

@@ -3,6 +3,7 @@
 #include "core/env/RandomToken.h"
 #include "core/log/ZELLog.h"
 #include "platform/net/UriText.h"
+#include "platform/net/ZELProxyResolverCache.h"
 #include "platform/net/ZELURLHashMapProtocol.h"
 
 #include <string>
@@ -10,6 +11,8 @@
 
 namespace zel::platform {
 namespace {
+
+constexpr gint64 kResolverLifetime = 5 * G_USEC_PER_SEC;
 
 bool isUpgrade(SoupServerMessage* msg) {
     SoupMessageHeaders* headers = soup_server_message_get_request_headers(msg);
@@ -24,8 +27,12 @@ ZELWebProxy::ZELWebProxy(ZELURLProtocolDelegate& delegate, Marker marks)
     server_.reset(soup_server_new(nullptr, nullptr));
     // Like a browser's own connections: as many per host as a page opens, no time limit of the session's own
     // (long polls and streams are the page's business), idle connections closed after a minute.
+    // The system's proxy resolver decides, its answers kept for a few seconds per destination.
+    GObjectPtr<GProxyResolver> resolver(
+        newProxyResolverCache(g_proxy_resolver_get_default(), kResolverLifetime));
     session_.reset(soup_session_new_with_options("max-conns", 64, "max-conns-per-host", 16, "timeout", 0u,
-                                                 "idle-timeout", 60u, nullptr));
+                                                 "idle-timeout", 60u, "proxy-resolver", resolver.get(),
+                                                 nullptr));
     soup_session_remove_feature_by_type(session_.get(), SOUP_TYPE_AUTH_MANAGER);
     soup_session_remove_feature_by_type(session_.get(), SOUP_TYPE_CONTENT_DECODER);
 
