@@ -342,9 +342,19 @@ void writeApiPage(const fs::path& www, const Loopback& recorder, int count) {
               "<!DOCTYPE html>\n<meta charset=\"utf-8\"><title>api</title><script>" + script + "</script>\n");
 }
 
-void benchApi(const Options& options) {
+// The API as a service answers it: 200 with a small JSON body on a connection kept open; or, with `empty`,
+// 204 without a body, after which the test server closes the connection, so every request connects anew.
+void benchApi(const Options& options, bool empty) {
     TempDir dir("ostrelle-bench");
-    Loopback recorder;
+    Loopback recorder([empty](SoupServerMessage* msg, const std::string& path) {
+        soup_message_headers_append(soup_server_message_get_response_headers(msg),
+                                    "Access-Control-Allow-Origin", "*");
+        if (empty || path != "/api") return soup_server_message_set_status(msg, 204, nullptr);
+        static const char kBody[] = R"({"code":200,"data":{"ok":true}})";
+        soup_server_message_set_status(msg, 200, nullptr);
+        soup_server_message_set_response(msg, "application/json", SOUP_MEMORY_STATIC, kBody,
+                                         sizeof kBody - 1);
+    });
     const fs::path bundle = fs::path(dir.path) / "bundle";
     writeFile(bundle / "cache_version", "");
     constexpr int kRequests = 1000;
@@ -368,8 +378,8 @@ void benchApi(const Options& options) {
         return Timing{field("mean"), field("p50"), field("p99")};
     };
     std::printf(
-        "API round trip, %d sequential GETs of a loopback server from the page, %d rounds alternating\n",
-        kRequests, options.rounds);
+        "API round trip, %d sequential GETs of a loopback server from the page (%s), %d rounds alternating\n",
+        kRequests, empty ? "204, a new connection each" : "200 with JSON, kept alive", options.rounds);
     std::printf("  round   Ostrelle (through its proxy)          MiniBrowser (direct)\n");
     std::vector<double> ours, theirs;
     for (int round = 1; round <= options.rounds; ++round) {
@@ -433,7 +443,10 @@ int main(int argc, char** argv) {
         for (const std::string& part : parts) {
             if (part == "exec") benchExec(options);
             if (part == "start") benchColdStart(options);
-            if (part == "api") benchApi(options);
+            if (part == "api") {
+                benchApi(options, false);
+                benchApi(options, true);
+            }
         }
     } catch (const std::exception& e) {
         std::cerr << "bridge_bench: " << e.what() << std::endl;
