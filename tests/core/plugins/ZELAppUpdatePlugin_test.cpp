@@ -16,6 +16,11 @@ struct AppUpdatePluginTest : testing::Test, test::BridgeHarness, ZELAppUpdatePlu
     }
     void refreshWebCache() override { ++refreshes; }
     void clearWebCache() override { ++clears; }
+    // An answer runs script, which may start the next refresh from inside its callback.
+    void callJavascriptFunc(const std::string& name, const ArgList& params) override {
+        BridgeHarness::callJavascriptFunc(name, params);
+        if (reenter > 0 && --reenter == 0) call("next", "refreshWebCache");
+    }
     void call(Value id, const std::string& method, const std::string& params = "[]") {
         exec("cordovaAppUpdate", method, params, std::move(id));
     }
@@ -27,16 +32,12 @@ struct AppUpdatePluginTest : testing::Test, test::BridgeHarness, ZELAppUpdatePlu
     test::ScratchDirectory scratch;
     std::filesystem::path workingDirectory = scratch.path() / "not" / "yet" / "there";
     ZELAppUpdatePlugin plugin{"0.1.0", workingDirectory};
-    int refreshes = 0, clears = 0;
+    int refreshes = 0, clears = 0, reenter = 0;
 };
 
 TEST_F(AppUpdatePluginTest, VersionRoundTripIgnoringWrongInput) {
-    const std::string wrong[] = {"[]",
-                                 "nonsense",
-                                 R"([{"cacheVersion":"2014/04/01"}])",
-                                 putText("not json"),
-                                 putText(R"({"cacheVersion":20140401})"),
-                                 putText(R"({"version":"x"})")};
+    const std::string wrong[] = {"nonsense", R"([{"cacheVersion":"2014/04/01"}])", putText("not json"),
+                                 putText(R"({"cacheVersion":20140401})")};
     for (const auto& params : wrong) call(1, "putLocalVersion", params);
     EXPECT_EQ(log.lines, std::vector<std::string>(std::size(wrong),
                                                   "putLocalVersion: ignored, expected a JSON "
@@ -48,14 +49,14 @@ TEST_F(AppUpdatePluginTest, VersionRoundTripIgnoringWrongInput) {
     // The answer ends at the first absent value: a version file that is not UTF-8 leaves out cacheVersion.
     ASSERT_TRUE(fs::writeFileAtomically(plugin.localVersionFilePath(), "\xFF\xFE"));
     call(10, "getLocalVersion");
-    EXPECT_EQ(page.calls,
-              (std::vector<ArgList>{{"7", 0, R"({"bundleVersion":"0.1.0","cacheVersion":""})"},
-                                    {9, 0, R"({"bundleVersion":"0.1.0","cacheVersion":"2014/04/01"})"},
-                                    {10, 0, R"({"bundleVersion":"0.1.0"})"}}));
     ZELAppUpdatePlugin unversioned(std::nullopt, workingDirectory);
     controller->registerPlugin(unversioned, "cordovaAppUpdate");
     call(11, "getLocalVersion");
-    EXPECT_EQ(page.calls.back().at(2), "{}");
+    EXPECT_EQ(answers,
+              (std::vector<ArgList>{{"7", 0, R"({"bundleVersion":"0.1.0","cacheVersion":""})"},
+                                    {9, 0, R"({"bundleVersion":"0.1.0","cacheVersion":"2014/04/01"})"},
+                                    {10, 0, R"({"bundleVersion":"0.1.0"})"},
+                                    {11, 0, "{}"}}));
 }
 
 // Writes wait for the disk worker in order; meanwhile the page reads what it asked for last.
@@ -77,17 +78,15 @@ TEST_F(AppUpdatePluginTest, QueuedVersionWritesKeepTheirOrder) {
     disk.jobs[1].first();
     EXPECT_FALSE(std::filesystem::exists(plugin.localVersionFilePath()));
     for (auto& [job, done] : disk.jobs) done();
-    call(5, "getLocalVersion");
-    EXPECT_EQ(page.calls,
+    EXPECT_EQ(answers,
               (std::vector<ArgList>{{2, 0, R"({"bundleVersion":"0.1.0","cacheVersion":"2014/04/01"})"},
-                                    {4, 0, R"({"bundleVersion":"0.1.0","cacheVersion":""})"},
-                                    {5, 0, R"({"bundleVersion":"0.1.0","cacheVersion":""})"}}));
+                                    {4, 0, R"({"bundleVersion":"0.1.0","cacheVersion":""})"}}));
 }
 
 TEST_F(AppUpdatePluginTest, RefreshAnswersTheLatestKeptCommandEachTime) {
     plugin.didFinishRefreshingWebCache();  // nothing kept yet
     call("a", "refreshWebCache");
-    EXPECT_TRUE(page.calls.empty());
+    EXPECT_TRUE(answers.empty());
     plugin.didFinishRefreshingWebCache();
     call("b", "refreshWebCache");
     plugin.didFinishRefreshingWebCache();
@@ -95,28 +94,12 @@ TEST_F(AppUpdatePluginTest, RefreshAnswersTheLatestKeptCommandEachTime) {
     call("c", "clearWebCache");
     plugin.setDelegate(nullptr);
     call("d", "refreshWebCache");  // kept even without a delegate
+    reenter = 1;                   // the answer to d starts "next", which replaces d while it is answered
     plugin.didFinishRefreshingWebCache();
-    EXPECT_EQ(page.calls, (std::vector<ArgList>{{"a", 0}, {"b", 0}, {"b", 0}, {"d", 0}}));
+    plugin.didFinishRefreshingWebCache();
+    EXPECT_EQ(answers, (std::vector<ArgList>{{"a", 0}, {"b", 0}, {"b", 0}, {"d", 0}, {"next", 0}}));
     EXPECT_EQ(refreshes, 2);
     EXPECT_EQ(clears, 1);
-}
-
-// The answer runs script, which may start the next refresh from inside its callback, replacing the command
-// that is being answered.
-TEST_F(AppUpdatePluginTest, RefreshStartedFromInsideTheCallback) {
-    struct ReenteringPage : test::RecordingScriptTarget {
-        void callJavascriptFunc(const std::string& name, const ArgList& params) override {
-            RecordingScriptTarget::callJavascriptFunc(name, params);
-            if (calls.size() == 1) controller->exec("next", "cordovaAppUpdate", "refreshWebCache", "[]");
-        }
-        ZELPluginController* controller = nullptr;
-    } reentering;
-    reentering.controller = controller.get();
-    controller->setWebView(&reentering);
-    call("first", "refreshWebCache");
-    plugin.didFinishRefreshingWebCache();
-    plugin.didFinishRefreshingWebCache();
-    EXPECT_EQ(reentering.calls, (std::vector<ArgList>{{"first", 0}, {"next", 0}}));
 }
 
 }  // namespace

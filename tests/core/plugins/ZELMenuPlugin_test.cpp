@@ -28,12 +28,9 @@ TEST_F(MenuPluginTest, RecordsInKeyOrderEndingAtTheFirstAbsentValue) {
     const std::pair<const char*, const char*> rows[] = {
         {"showSongMenu", R"({"y":45,"x":120,"song":{"source":"fav","artistName":"Ar","albumName":"Al",
                             "songName":"S","songId":42,"extra":1}})"},
-        {"showSongMenu",
-         R"({"x":"12.5px","song":{"songId":"a","songName":"b","artistName":"c","source":"d"}})"},
-        {"showSongMenu", R"({"x":true,"y":[1],"song":"text"})"},
+        {"showSongMenu", R"({"x":"12.5px","y":[1],"song":{"songId":"a","songName":"b","artistName":"c"}})"},
         {"showDiyListMenu", R"({"x":1,"y":2,"list":{"listId":null,"name":"N"}})"},  // null is a value
         {"showDiyListMenu", R"({"list":{"name":"N"}})"},
-        {"updateSongMenuDiyListData", "[]"},
         {"updateSongMenuDiyListData",
          R"([{"name":"A","listId":7},5,"x",null,{"listId":9,"name":"B"},{"name":"C"}])"},
         // Wrong kinds skip the call.
@@ -48,13 +45,12 @@ TEST_F(MenuPluginTest, RecordsInKeyOrderEndingAtTheFirstAbsentValue) {
         calls,
         (std::vector<std::string>{
             R"(song {"songId":42,"songName":"S","albumName":"Al","artistName":"Ar","source":"fav"} 120,45)",
-            R"(song {"songId":"a","songName":"b"} 12.5,0)", "song {} 1,0",
-            R"(list {"listId":<null>,"name":"N"} 1,2)", "list {} 0,0", "lists [] 0,0",
-            R"(lists [{"id":7,"name":"A"},{"id":9,"name":"B"},{}] 0,0)"}));
+            R"(song {"songId":"a","songName":"b"} 12.5,0)", R"(list {"listId":<null>,"name":"N"} 1,2)",
+            "list {} 0,0", R"(lists [{"id":7,"name":"A"},{"id":9,"name":"B"},{}] 0,0)"}));
     menu.setDelegate(nullptr);
     exec("cordovaMenu", "showSongMenu", R"([{"song":{}}])");
-    EXPECT_EQ(calls.size(), 7u);
-    EXPECT_TRUE(page.calls.empty());
+    EXPECT_EQ(calls.size(), 5u);
+    EXPECT_TRUE(answers.empty());
 }
 
 }  // namespace
