@@ -30,26 +30,18 @@ TEST(MediaKeyEventTest, TheTapTakesTheFiveKeysDownOrUpOnlyWhileIntercepting) {
 }
 
 TEST(MediaKeyCommandTest, KeyDownsActAndLogKeyUpsDoNothing) {
-    struct Case {
-        int code;
-        bool repeat;
-        ZELMediaKeyAction action;
-        const char* log;
-    };
-    const Case cases[] = {
+    const std::tuple<int, bool, ZELMediaKeyAction, const char*> cases[] = {
         {16, false, ZELMediaKeyAction::TooglePlayPause, "Play/pause pressed."},
         {16, true, ZELMediaKeyAction::TooglePlayPause, "Play/pause pressed, repeated."},
         {19, false, ZELMediaKeyAction::PlayNextSong, "Ffwd pressed."},
         {20, false, ZELMediaKeyAction::PlayPreviousSong, "Rewind pressed."},
         {18, true, ZELMediaKeyAction::None, "Key 18 pressed, repeated."},
     };
-    for (const Case& c : cases) {
-        const auto down = ZELMediaKeyCommand::forEvent(ZELMediaKeyEvent::mediaKey(c.code, true, c.repeat));
-        EXPECT_EQ(down.action, c.action) << c.log;
-        EXPECT_EQ(down.logText, c.log);
-        const auto up = ZELMediaKeyCommand::forEvent(ZELMediaKeyEvent::mediaKey(c.code, false, c.repeat));
-        EXPECT_EQ(up.action, ZELMediaKeyAction::None);
-        EXPECT_EQ(up.logText, "");
+    for (const auto& [code, repeat, action, text] : cases) {
+        const auto down = ZELMediaKeyCommand::forEvent(ZELMediaKeyEvent::mediaKey(code, true, repeat));
+        const auto up = ZELMediaKeyCommand::forEvent(ZELMediaKeyEvent::mediaKey(code, false, repeat));
+        EXPECT_EQ(std::tie(down.action, down.logText), std::tie(action, text)) << text;
+        EXPECT_EQ(std::tie(up.action, up.logText), std::make_tuple(ZELMediaKeyAction::None, "")) << text;
         EXPECT_FALSE(down.unexpected || up.unexpected);
     }
     EXPECT_TRUE(ZELMediaKeyCommand::forEvent(raw(14, 7, 0x100A00)).unexpected);
