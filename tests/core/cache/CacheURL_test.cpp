@@ -7,8 +7,6 @@
 #include <ctime>
 
 namespace zel::cache {
-namespace {
-
 TEST(CacheURLTest, SplitsAndDecodesThePath) {
     const auto parts = splitURL("ostrelle://h:8080/player/mac/www/js/a.js?v=/x#frag");
     ASSERT_TRUE(parts);
@@ -68,5 +66,4 @@ TEST(CacheVersionTest, LocalMidnightOfAValidDate) {
     tzset();
 }
 
-}  // namespace
 }  // namespace zel::cache

