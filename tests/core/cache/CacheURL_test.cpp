@@ -7,6 +7,7 @@
 #include <ctime>
 
 namespace zel::cache {
+
 TEST(CacheURLTest, SplitsAndDecodesThePath) {
     const auto parts = splitURL("ostrelle://h:8080/player/mac/www/js/a.js?v=/x#frag");
     ASSERT_TRUE(parts);

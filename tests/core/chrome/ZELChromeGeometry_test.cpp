@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 namespace zel::chrome {
+
 TEST(ZELColorHex, ScansLikeAHexIntegerScanner) {
     const double e2 = 226 / 255.0;
     const std::pair<std::optional<std::string_view>, ZELColor> rows[] = {

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 namespace zel::fs {
+
 TEST(FilesTest, AtomicWritesReplaceWhollyAndFailuresAreReported) {
     test::ScratchDirectory scratch;
     const auto target = scratch.path() / "a" / "b" / "cache_version";

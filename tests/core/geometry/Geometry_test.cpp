@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 namespace zel {
+
 TEST(GeometryTest, WindowsCentredAboveTheMiddleOfTheirScreen) {
     // 360 free on each side, 460 free vertically split 1:2; a second monitor keeps its origin; too large a
     // window starts at the screen's corner.

@@ -8,6 +8,7 @@
 #include <thread>
 
 namespace zel {
+
 TEST(ZELLogTest, Directives) {
     const std::pair<std::string, std::string> rows[] = {
         {formatLog("ZelUserInfo %@ %@", {"N", "A"}), "ZelUserInfo N A"},

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 namespace zel {
+
 TEST(ValueTest, ArgListStopsAtTheFirstAbsentValueAndDoubleValueReadsADecimalPrefix) {
     EXPECT_EQ(argList(1, "a", nil(), 3), (ArgList{1, "a"}));
     EXPECT_EQ(argList(Value(nullptr), 2), (ArgList{nullptr, 2}));  // the null object is a value

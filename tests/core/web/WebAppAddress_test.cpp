@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 namespace zel::web {
+
 TEST(WebAppAddressTest, Addresses) {
     EXPECT_EQ(startPageURL("h.example:81"), "http://h.example:81/player/mac/www/index.html");
     EXPECT_TRUE(belongsToWebApp("http://x/?next=/player/mac/www"));

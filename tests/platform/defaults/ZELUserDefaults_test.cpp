@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 namespace zel {
+
 TEST(UserDefaultsTest, BooleansInTheirUsualSpellingsAnythingElseIsNoWithALogLine) {
     test::ScratchDirectory scratch;
     test::LogCapture log;

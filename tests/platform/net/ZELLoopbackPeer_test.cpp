@@ -5,6 +5,7 @@
 #include <string>
 
 namespace zel::platform {
+
 TEST(LoopbackPeerTest, OnlyAnEstablishedRowWithBothPortsNamesTheSocket) {
     const std::string table =
         "  sl  local_address rem_address   st tx_queue rx_queue tr tm->when retrnsmt   uid  timeout inode\n"

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 namespace zel::platform {
+
 TEST(PublishTest, HashesEachKindMirrorsTheRestAndServesNothingElse) {
     test::ScratchDirectory scratch;
     const std::filesystem::path www = scratch.path() / "www", out = scratch.path() / "published";
