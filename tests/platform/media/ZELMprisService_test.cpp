@@ -49,24 +49,22 @@ struct MprisServiceTest : testing::Test, ZELMprisServiceDelegate {
     // A player method called as a desktop shell would; the error text, or "" on success.
     std::string call(const char* method, GVariant* args = nullptr,
                      const char* interface = "org.mpris.MediaPlayer2.Player") {
-        GDBusConnection* client = connect();
-        GAsyncResult* result = nullptr;
+        GDBusConnection* desktop = connect();
+        std::optional<std::string> text;
         g_dbus_connection_call(
-            client, ZELMprisService::kBusName, ZELMprisService::kObjectPath, interface, method, args, nullptr,
-            G_DBUS_CALL_FLAGS_NONE, -1, nullptr,
-            [](GObject*, GAsyncResult* r, gpointer out) {
-                *static_cast<GAsyncResult**>(out) = G_ASYNC_RESULT(g_object_ref(r));
+            desktop, ZELMprisService::kBusName, ZELMprisService::kObjectPath, interface, method, args,
+            nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr,
+            [](GObject* connection, GAsyncResult* result, gpointer out) {
+                GError* error = nullptr;
+                GVariant* reply =
+                    g_dbus_connection_call_finish(G_DBUS_CONNECTION(connection), result, &error);
+                *static_cast<std::optional<std::string>*>(out) = error ? error->message : "";
+                reply ? g_variant_unref(reply) : g_error_free(error);
             },
-            &result);
-        EXPECT_TRUE(runUntil([&] { return result != nullptr; }));
-        GError* error = nullptr;
-        GVariant* reply = g_dbus_connection_call_finish(client, result, &error);
-        const std::string text = error ? error->message : "";
-        if (reply) g_variant_unref(reply);
-        g_clear_error(&error);
-        g_object_unref(result);
-        drop(client);
-        return text;
+            &text);
+        EXPECT_TRUE(runUntil([&] { return text.has_value(); }));
+        drop(desktop);
+        return text.value_or("no answer");
     }
 
     GTestDBus* bus = g_test_dbus_new(G_TEST_DBUS_NONE);
