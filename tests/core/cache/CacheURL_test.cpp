@@ -41,8 +41,7 @@ TEST(CacheURLTest, SafeRelativePathsStayBelowTheirFolder) {
     for (const char* unsafe : {"/www/../x", "/", "a\\b"}) EXPECT_FALSE(isSafeDecodedPath(unsafe)) << unsafe;
 }
 
-// Versions are read in the local time zone; the test pins one (UTC+8, without the zone database) and
-// one that skipped a day.
+// Versions are read in the local time zone: UTC+8 (no zone database needed), then one that skipped a day.
 TEST(CacheVersionTest, LocalMidnightOfAValidDate) {
     const char* previous = std::getenv("TZ");
     const std::string saved = previous ? previous : "";

@@ -14,8 +14,6 @@ constexpr const char* kHost = "static.test:8080";
 constexpr const char* kAppJS = "http://static.test:8080/player/mac/www/js/app.js";
 const std::string kBuild = "http://static.test:8080/player/mac/build";
 
-// A working directory and a bundle; a test arranges files, then builds the controller (which reads them
-// once).
 struct CacheControllerTest : testing::Test {
     CacheControllerTest() {
         for (const char* path : {"www/index.html", "www/js/app.js", "www/data/list.json", "index.html"})

@@ -18,8 +18,7 @@ TEST(ZELColorHex, ScansLikeAHexIntegerScanner) {
         EXPECT_EQ(colorWithHexColorString(text), color) << text.value_or("nil");
 }
 
-// A few rectangles of the window, header and user info at the designed size show each rule (anchored left,
-// right, top or bottom); the toolkit's views count y downwards, the layouts upwards.
+// A few rectangles at the designed size show each anchoring rule; layouts count y upwards, views downwards.
 TEST(ZELChromeGeometry, MainWindowHeaderAndUserInfo) {
     const ZELMainWindowLayout l = mainWindowLayout(1200, 670, {20, 20});
     EXPECT_EQ(flipped(l.header, 670), (ZELRect{0, 0, 1200, 52}));

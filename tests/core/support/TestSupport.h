@@ -1,5 +1,5 @@
-// Shared fixtures of the core and platform tests: captured log lines, a bridge answering into a recording
-// page, a scratch folder removed at the end.
+// Shared fixtures of the core and platform tests: captured log lines, a bridge and its page, a scratch
+// folder.
 #pragma once
 
 #include "core/bridge/ZELPluginController.h"

@@ -1,5 +1,3 @@
-// The cache controller's refresh over HTTP: the real downloaders and disk worker against a SoupServer on
-// loopback that plays the configuration documents and the static file server.
 #include "core/cache/ZELCacheController.h"
 #include "core/fs/Files.h"
 #include "core/json/DictionaryJSON.h"
@@ -19,8 +17,8 @@ std::string document(const std::string& kind) {
     return "/player/mac/config/" + kind + "_map.json";
 }
 
-// Answers from `files` (path -> body; "404:..." is answered 404, "drop" breaks the connection part-way,
-// "stall" never answers).
+// The refresh with the real downloaders and disk worker against `files` (path -> body; "404:...", "drop" and
+// "stall" answer 404, break the connection part-way and never answer).
 struct CacheRefreshTest : testing::Test, ZELCacheControllerDelegate {
     CacheRefreshTest() { EXPECT_TRUE(fs::writeFileAtomically(bundle / "cache_version", "2014/03/28")); }
     void didFinishRefreshingWebCache() override { ++finishedCount; }
@@ -90,8 +88,7 @@ TEST_F(CacheRefreshTest, DownloadsWhatTheStoredMapsLackThenStoresTheNewMaps) {
               Value::parse(js));
     EXPECT_TRUE(std::filesystem::is_empty(work / "Cache" / ".incoming"));
 
-    // The four documents at once, with one stamp (seconds since 2001) that defeats caches; then the files
-    // strictly one after another, each once the previous answer is written completely; no cached answers.
+    // The documents at once, one stamp (seconds since 2001) against caches; then the files one after another.
     ASSERT_EQ(server.paths.size(), 4u + 5u);
     EXPECT_EQ(std::count(server.queries.begin(), server.queries.begin() + 4, server.queries[0]), 4);
     const auto now = std::chrono::system_clock::now().time_since_epoch();

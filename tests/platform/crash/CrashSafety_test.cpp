@@ -1,6 +1,5 @@
-// Kills a refreshing program (cache_refresh_runner: the real controller and downloaders) at random moments
-// against a server whose web app keeps changing, and checks after each kill that a new start would serve
-// complete files (the digest of each is in its hashed name) from the cache, or everything from the bundle.
+// Kills a refreshing runner at random moments; a new start must serve complete files (each hashed name holds
+// its digest) from the cache, or everything from the bundle.
 #include "core/cache/ZELCacheController.h"
 #include "core/fs/Files.h"
 #include "core/support/TestSupport.h"
@@ -40,7 +39,6 @@ struct CrashSafetyTest : testing::Test {
     }
     static std::string version(int n) { return "2015/01/" + std::to_string(1 + n % 28); }
 
-    // Starts the runner; `ended` turns true once it is gone (by itself or killed).
     GSubprocess* startRunner(const std::string& publishedVersion, bool& ended) {
         const std::string host = server.hostPort(), config = "http://" + host + "/player/mac/config";
         const char* argv[] = {
@@ -59,7 +57,6 @@ struct CrashSafetyTest : testing::Test {
 
     // What a new start would serve, checked file by file. Returns whether the cache (not the bundle) answers.
     bool expectConsistentStart() {
-        // No file the stored maps could name may be partial, whatever maps are stored.
         const std::filesystem::path build = work / "Cache" / server.hostPort() / "player/mac/build";
         std::error_code none;
         for (const auto& entry : std::filesystem::recursive_directory_iterator(build, none)) {
@@ -95,8 +92,7 @@ struct CrashSafetyTest : testing::Test {
 TEST_F(CrashSafetyTest, EveryStartAfterAKillServesAConsistentWebApp) {
     ASSERT_TRUE(fs::writeFileAtomically(bundle / "cache_version", "2014/03/28"));
     ASSERT_TRUE(server.listen(0));
-    // Kill moments counted in requests spread over every phase of a refresh whatever the machine's speed; a
-    // few milliseconds more put some of them inside a file's write.
+    // Kill moments counted in requests (plus a few ms) spread over a refresh whatever the machine's speed.
     std::size_t requests = 0;
     server.setRequestLogger([&](const std::string&, const std::string&, int) { ++requests; });
     std::mt19937 random(20141128);

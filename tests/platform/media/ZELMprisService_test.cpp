@@ -1,5 +1,4 @@
-// The MPRIS player on a private session bus of the test's own (GTestDBus), with other connections to it
-// standing in for the desktop, for another program owning the name and for the web view's own player.
+// The player on a private bus; other connections stand in for the desktop, other owners and the web view.
 #include "platform/media/ZELMprisService.h"
 
 #include "core/support/TestSupport.h"

@@ -1,5 +1,3 @@
-// What the refresh and window tests cannot see of the network layer: which loopback peers are our own
-// children, and that a factory destroyed while a transfer waits calls nobody back.
 #include "platform/net/ZELLoopbackPeer.h"
 #include "platform/net/ZELSoupDownloaderFactory.h"
 

@@ -1,5 +1,4 @@
-// What the end-to-end tests do not see of the web app team's tools: which files a publication hashes, mirrors
-// or leaves out, and what the dev server refuses.
+// Which files a publication hashes, mirrors or leaves out, and what the dev server refuses.
 #include "core/fs/Files.h"
 #include "core/json/DictionaryJSON.h"
 #include "core/support/TestSupport.h"

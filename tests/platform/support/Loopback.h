@@ -1,5 +1,4 @@
-// Loopback HTTP for the platform tests: a SoupServer on 127.0.0.1 (a free port) whose requests a test answers
-// itself. Client and server run on the test thread's main context, driven by runUntil.
+// A SoupServer on 127.0.0.1 whose requests the test answers; both sides run on the main context (runUntil).
 #pragma once
 
 #include <libsoup/soup.h>
@@ -49,8 +48,7 @@ struct LoopbackServer {
         soup_server_message_set_response(message, "application/octet-stream", SOUP_MEMORY_COPY, body.data(),
                                          body.size());
     }
-    // Takes the connection past libsoup: with `partial`, a header promising more than that body and a close;
-    // without, no answer at all until the server goes.
+    // With `partial`, a header promising more than that body, then a close; without, no answer at all.
     void breakConnection(SoupServerMessage* message, const char* partial = nullptr) {
         GIOStream* stream = stolen.emplace_back(soup_server_message_steal_connection(message));
         if (partial == nullptr) return;
