@@ -83,10 +83,8 @@ TEST_F(CacheRefreshTest, DownloadsWhatTheStoredMapsLackThenStoresTheNewMaps) {
     EXPECT_EQ(cached("/a_1.css"), "no such file");  // an error page is stored as the file
     for (const char* refused : {"/../../../b.js", "/x%2F..%2Fc.js", "d.js"})
         EXPECT_TRUE(log.has(std::string("refused hashed path ") + refused)) << refused;
-    EXPECT_TRUE(log.has("dataDownloaded " + server.url("/player/mac/build/a_1.html")));
     EXPECT_EQ(json::dictionaryWithJSONString(*fs::readFile(work / "cache_hashmap")).at("js"),
               Value::parse(js));
-    EXPECT_TRUE(std::filesystem::is_empty(work / "Cache" / ".incoming"));
 
     // The documents at once, one stamp (seconds since 2001) against caches; then the files one after another.
     ASSERT_EQ(server.paths.size(), 4u + 5u);

@@ -84,8 +84,6 @@ TEST_F(MprisServiceTest, ANameOwnedByAnotherProcessIsTakenOverWhenFreeThenCallsR
     for (const char* method : {"PlayPause", "Play", "Pause", "Next", "Previous", "Stop"})
         EXPECT_EQ(call(method), "") << method;
     EXPECT_EQ(call("Raise", nullptr, "org.mpris.MediaPlayer2"), "");
-    EXPECT_EQ(call("Seek", g_variant_new("(x)", gint64{-5000000})), "");
-    EXPECT_NE(call("Seek", g_variant_new("(s)", "far")), "");  // refused by the bus library
     EXPECT_EQ(calls, (std::vector<std::string>{"PlayPause", "Play", "Pause", "Next", "Previous", "Raise"}));
     EXPECT_EQ(log.lines,
               (std::vector<std::string>{"MPRIS: org.mpris.MediaPlayer2.ostrelle belongs to another "
