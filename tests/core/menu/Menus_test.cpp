@@ -44,9 +44,8 @@ struct ContextMenusTest : testing::Test, ZELMenuControllerDelegate {
         calls.push_back(name + " " + hx::description(v) + (isNil(id) ? "" : " " + hx::description(id)));
     }
     // The chosen item by path of indexes, as the toolkit would hand it back.
-    void choose(const ZELMenu& menu, std::size_t index, std::optional<std::size_t> subIndex = std::nullopt) {
-        const ZELMenuItem& item = menu.items.at(index);
-        menus.perform(subIndex ? item.submenu->items.at(*subIndex) : item);
+    void choose(const ZELMenu& menu, std::size_t index, int sub = -1) {
+        menus.perform(sub < 0 ? menu.items.at(index) : menu.items.at(index).submenu->items.at(sub));
     }
     std::vector<std::string> calls;
     ZELContextMenus menus;
@@ -85,8 +84,7 @@ TEST_F(ContextMenusTest, ChoicesReachTheDelegateWithTheirRecords) {
     const std::tuple<const ZELMenu*, int, int> choices[] = {
         {&song, 0, -1}, {&song, 1, -1}, {&song, 2, -1}, {&song, 2, 0},    {&song, 2, 1},  {&song, 2, 2},
         {&song, 2, 3},  {&fav, 0, -1},  {&fav, 1, -1},  {&itunes, 0, -1}, {&list, 0, -1}, {&list, 1, -1}};
-    for (const auto& [menu, index, sub] : choices)
-        choose(*menu, index, sub < 0 ? std::nullopt : std::optional<std::size_t>(sub));
+    for (const auto& [menu, index, sub] : choices) choose(*menu, index, sub);
     EXPECT_EQ(calls, (std::vector<std::string>{
                          R"(addSongToITunes {"songId":1})", R"(loveSong {"songId":1})", "createDiyList",
                          R"(addSongToDiyList {"songId":1})", R"(addSongToDiyList {"songId":1} 7)",

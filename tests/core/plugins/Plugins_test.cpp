@@ -13,13 +13,39 @@
 namespace zel {
 namespace {
 
-struct AppUpdatePluginTest : testing::Test, test::BridgeHarness, ZELAppUpdatePluginDelegate {
-    AppUpdatePluginTest() {
+// Each delegate call as one line, values as "%@" prints them.
+struct PluginsTest : testing::Test,
+                     test::BridgeHarness,
+                     ZELAppUpdatePluginDelegate,
+                     ZELUserInfoPluginDelegate,
+                     ZELUserLoginPluginDelegate,
+                     ZELMenuPluginDelegate {
+    PluginsTest() {
         plugin.setDelegate(this);
+        info.setDelegate(this);
+        login.setDelegate(this);
+        menu.setDelegate(this);
         controller->registerPlugin(plugin, "cordovaAppUpdate");
+        controller->registerPlugin(info, "cordovaUserInfo");
+        controller->registerPlugin(login, "cordovaUserLogin");
+        controller->registerPlugin(menu, "cordovaMenu");
     }
-    void refreshWebCache() override { ++refreshes; }
-    void clearWebCache() override { ++clears; }
+    void refreshWebCache() override { add("refresh", {}); }
+    void clearWebCache() override { add("clear", {}); }
+    void didUpdateUserInfo(const std::string& unused, const Value& nick, const Value& avatar) override {
+        add("info [%@] %@ %@", {unused, nick, avatar});
+    }
+    void setLoginStatus(const Value& v) override { add("status %@", {v}); }
+    void setLoginErrorMessage(const Value& v) override { add("error %@", {v}); }
+    void setLoginNeedVerifyCode(bool need) override { add("verify %hhd", {need}); }
+    void setLoginVerifyCodeImageSrc(const Value& v) override { add("image %@", {v}); }
+    void showLoginWindow() override { add("show", {}); }
+    void showSongMenu(const Value& song, ZELPoint o) override { add("song %@ %@,%@", {song, o.x, o.y}); }
+    void showDiyListMenu(const Value& list, ZELPoint o) override { add("list %@ %@,%@", {list, o.x, o.y}); }
+    void updateSongMenuDiyListData(const Value& entries) override { add("lists %@", {entries}); }
+    void add(const char* format, const std::vector<LogArg>& args) {
+        calls.push_back(formatLog(format, args));
+    }
     // An answer runs script, which may start the next refresh from inside its callback.
     void callJavascriptFunc(const std::string& name, const ArgList& params) override {
         BridgeHarness::callJavascriptFunc(name, params);
@@ -36,10 +62,14 @@ struct AppUpdatePluginTest : testing::Test, test::BridgeHarness, ZELAppUpdatePlu
     test::ScratchDirectory scratch;
     std::filesystem::path workingDirectory = scratch.path() / "not" / "yet" / "there";
     ZELAppUpdatePlugin plugin{"0.1.0", workingDirectory};
-    int refreshes = 0, clears = 0, reenter = 0;
+    ZELUserInfoPlugin info;
+    ZELUserLoginPlugin login;
+    ZELMenuPlugin menu;
+    std::vector<std::string> calls;
+    int reenter = 0;
 };
 
-TEST_F(AppUpdatePluginTest, VersionRoundTripIgnoringWrongInput) {
+TEST_F(PluginsTest, VersionRoundTripIgnoringWrongInput) {
     const std::string wrong[] = {"nonsense", R"([{"cacheVersion":"2014/04/01"}])", putText("not json"),
                                  putText(R"({"cacheVersion":20140401})")};
     for (const auto& params : wrong) call(1, "putLocalVersion", params);
@@ -64,7 +94,7 @@ TEST_F(AppUpdatePluginTest, VersionRoundTripIgnoringWrongInput) {
 }
 
 // Writes wait for the disk worker in order; meanwhile the page reads what it asked for last.
-TEST_F(AppUpdatePluginTest, QueuedVersionWritesKeepTheirOrder) {
+TEST_F(PluginsTest, QueuedVersionWritesKeepTheirOrder) {
     struct Deferred : ZELDiskWorker {
         void run(std::function<void()> job, std::function<void()> done) override {
             jobs.emplace_back(std::move(job), std::move(done));
@@ -87,7 +117,7 @@ TEST_F(AppUpdatePluginTest, QueuedVersionWritesKeepTheirOrder) {
                                     {4, 0, R"({"bundleVersion":"0.1.0","cacheVersion":""})"}}));
 }
 
-TEST_F(AppUpdatePluginTest, RefreshAnswersTheLatestKeptCommandEachTime) {
+TEST_F(PluginsTest, RefreshAnswersTheLatestKeptCommandEachTime) {
     plugin.didFinishRefreshingWebCache();  // nothing kept yet
     call("a", "refreshWebCache");
     EXPECT_TRUE(answers.empty());
@@ -102,46 +132,10 @@ TEST_F(AppUpdatePluginTest, RefreshAnswersTheLatestKeptCommandEachTime) {
     plugin.didFinishRefreshingWebCache();
     plugin.didFinishRefreshingWebCache();
     EXPECT_EQ(answers, (std::vector<ArgList>{{"a", 0}, {"b", 0}, {"b", 0}, {"d", 0}, {"next", 0}}));
-    EXPECT_EQ(refreshes, 2);
-    EXPECT_EQ(clears, 1);
+    EXPECT_EQ(calls, (std::vector<std::string>{"refresh", "refresh", "clear"}));
 }
 
-// Each delegate call as one line, values as "%@" prints them.
-struct PagePluginsTest : testing::Test,
-                         test::BridgeHarness,
-                         ZELUserInfoPluginDelegate,
-                         ZELUserLoginPluginDelegate,
-                         ZELMenuPluginDelegate {
-    PagePluginsTest() {
-        info.setDelegate(this);
-        login.setDelegate(this);
-        menu.setDelegate(this);
-        controller->registerPlugin(info, "cordovaUserInfo");
-        controller->registerPlugin(login, "cordovaUserLogin");
-        controller->registerPlugin(menu, "cordovaMenu");
-    }
-    void didUpdateUserInfo(const std::string& unused, const Value& nick, const Value& avatar) override {
-        add("info [%@] %@ %@", {unused, nick, avatar});
-    }
-    void setLoginStatus(const Value& v) override { add("status %@", {v}); }
-    void setLoginErrorMessage(const Value& v) override { add("error %@", {v}); }
-    void setLoginNeedVerifyCode(bool need) override { add("verify %hhd", {need}); }
-    void setLoginVerifyCodeImageSrc(const Value& v) override { add("image %@", {v}); }
-    void showLoginWindow() override { add("show", {}); }
-    void showSongMenu(const Value& song, ZELPoint o) override { add("song %@ %@,%@", {song, o.x, o.y}); }
-    void showDiyListMenu(const Value& list, ZELPoint o) override { add("list %@ %@,%@", {list, o.x, o.y}); }
-    void updateSongMenuDiyListData(const Value& entries) override { add("lists %@", {entries}); }
-    void add(const char* format, const std::vector<LogArg>& args) {
-        calls.push_back(formatLog(format, args));
-    }
-
-    ZELUserInfoPlugin info;
-    ZELUserLoginPlugin login;
-    ZELMenuPlugin menu;
-    std::vector<std::string> calls;
-};
-
-TEST_F(PagePluginsTest, UserArgumentsPassUnconvertedExceptTheVerifyCodeFlag) {
+TEST_F(PluginsTest, UserArgumentsPassUnconvertedExceptTheVerifyCodeFlag) {
     const std::tuple<const char*, const char*, const char*> rows[] = {
         {"cordovaUserInfo", "setUserInfo", R"([{"nickname":"N","avatarSrc":"A"}])"},
         {"cordovaUserInfo", "setUserInfo", R"([{"nickname":""}])"},
@@ -169,7 +163,7 @@ TEST_F(PagePluginsTest, UserArgumentsPassUnconvertedExceptTheVerifyCodeFlag) {
     EXPECT_TRUE(answers.empty());
 }
 
-TEST_F(PagePluginsTest, MenuRecordsInKeyOrderEndingAtTheFirstAbsentValue) {
+TEST_F(PluginsTest, MenuRecordsInKeyOrderEndingAtTheFirstAbsentValue) {
     const std::pair<const char*, const char*> rows[] = {
         {"showSongMenu", R"({"y":45,"x":120,"song":{"source":"fav","artistName":"Ar","albumName":"Al",
                             "songName":"S","songId":42,"extra":1}})"},
