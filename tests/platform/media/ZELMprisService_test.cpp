@@ -45,7 +45,7 @@ struct MprisServiceTest : testing::Test, ZELMprisServiceDelegate {
         g_dbus_connection_close_sync(connection, nullptr, nullptr);
         g_object_unref(connection);
     }
-    // A player method called as a desktop shell would; the error text, or "" on success.
+    // A player method called as a desktop shell would: the reply as text, or "error" and the message.
     std::string call(const char* method, GVariant* args = nullptr,
                      const char* interface = "org.mpris.MediaPlayer2.Player") {
         GDBusConnection* desktop = connect();
@@ -57,7 +57,10 @@ struct MprisServiceTest : testing::Test, ZELMprisServiceDelegate {
                 GError* error = nullptr;
                 GVariant* reply =
                     g_dbus_connection_call_finish(G_DBUS_CONNECTION(connection), result, &error);
-                *static_cast<std::optional<std::string>*>(out) = error ? error->message : "";
+                gchar* text =
+                    reply ? g_variant_print(reply, FALSE) : g_strconcat("error ", error->message, nullptr);
+                *static_cast<std::optional<std::string>*>(out) = text;
+                g_free(text);
                 reply ? g_variant_unref(reply) : g_error_free(error);
             },
             &text);
@@ -73,7 +76,7 @@ struct MprisServiceTest : testing::Test, ZELMprisServiceDelegate {
 };
 
 // The request for a name owned elsewhere waits in the bus's queue: the player appears once it is free.
-TEST_F(MprisServiceTest, ANameOwnedByAnotherProcessIsTakenOverWhenFreeThenCallsReachTheDelegate) {
+TEST_F(MprisServiceTest, ANameOwnedByAnotherProcessIsTakenOverWhenFreeThenDesktopCallsReachTheDelegate) {
     GDBusConnection* other = connect(ZELMprisService::kBusName);
     ZELMprisService service(this);
     service.start();
@@ -82,8 +85,15 @@ TEST_F(MprisServiceTest, ANameOwnedByAnotherProcessIsTakenOverWhenFreeThenCallsR
     drop(other);
     ASSERT_TRUE(runUntil([&] { return service.isPublished(); }));
     for (const char* method : {"PlayPause", "Play", "Pause", "Next", "Previous", "Stop"})
-        EXPECT_EQ(call(method), "") << method;
-    EXPECT_EQ(call("Raise", nullptr, "org.mpris.MediaPlayer2"), "");
+        EXPECT_EQ(call(method), "()") << method;
+    EXPECT_EQ(call("Raise", nullptr, "org.mpris.MediaPlayer2"), "()");
+    EXPECT_EQ(call("Seek", g_variant_new("(x)", gint64{-5000000})), "()");  // accepted and ignored
+    EXPECT_EQ(call("Get", g_variant_new("(ss)", "org.mpris.MediaPlayer2", "Identity"),
+                   "org.freedesktop.DBus.Properties"),
+              "(<'Ostrelle'>,)");
+    // Calls that do not match the interface are refused by the bus library, before the delegate.
+    EXPECT_TRUE(call("Seek", g_variant_new("(s)", "far")).starts_with("error"));
+    EXPECT_TRUE(call("Explode").starts_with("error"));
     EXPECT_EQ(calls, (std::vector<std::string>{"PlayPause", "Play", "Pause", "Next", "Previous", "Raise"}));
     EXPECT_EQ(log.lines,
               (std::vector<std::string>{"MPRIS: org.mpris.MediaPlayer2.ostrelle belongs to another "
@@ -104,10 +114,10 @@ TEST_F(MprisServiceTest, StepsBackWhileTheWebViewsPlayerIsOnTheBus) {
     for (int round = 0; round < 2; ++round) {
         drop(web);
         ASSERT_TRUE(runUntil([&] { return service.isPublished(); })) << round;
-        EXPECT_EQ(call("Next"), "");
+        EXPECT_EQ(call("Next"), "()");
         web = connect(webPlayer);  // appearing later: a signal of the bus
         ASSERT_TRUE(runUntil([&] { return !service.isPublished(); })) << round;
-        EXPECT_NE(call("Next"), "");
+        EXPECT_TRUE(call("Next").starts_with("error"));
     }
     drop(web);
     for (GDBusConnection* other : others) drop(other);
