@@ -16,8 +16,6 @@ INTERFACE = """<node><interface name="org.freedesktop.Notifications">
   <method name="GetCapabilities"><arg type="as" direction="out"/></method>
   <method name="GetServerInformation"><arg type="s" direction="out"/><arg type="s" direction="out"/>
     <arg type="s" direction="out"/><arg type="s" direction="out"/></method>
-  <signal name="NotificationClosed"><arg type="u"/><arg type="u"/></signal>
-  <signal name="ActionInvoked"><arg type="u"/><arg type="s"/></signal>
 </interface></node>"""
 
 

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 namespace zel::fs {
-namespace {
 
 TEST(FilesTest, AtomicWritesReplaceWhollyAndFailuresAreReported) {
     test::ScratchDirectory scratch;
@@ -24,5 +23,4 @@ TEST(FilesTest, AtomicWritesReplaceWhollyAndFailuresAreReported) {
     EXPECT_FALSE(writeFileAtomically("", "x"));
 }
 
-}  // namespace
 }  // namespace zel::fs

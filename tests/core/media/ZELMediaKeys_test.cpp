@@ -5,18 +5,16 @@
 #include <gtest/gtest.h>
 
 namespace zel {
-namespace {
 
-ZELMediaKeyEvent raw(int type, int subtype, std::int64_t data1) {
-    return {type, subtype, data1};
-}
+constexpr auto raw = [](int type, int subtype, std::int64_t data1) {
+    return ZELMediaKeyEvent{type, subtype, data1};
+};
 
 TEST(MediaKeyEventTest, TheTapTakesTheFiveKeysDownOrUpOnlyWhileIntercepting) {
     // Unused bits 1-7 and bits above 31 do not disturb decoding; only state 0x0A is down.
     const ZELMediaKeyEvent noisy = raw(14, 8, 0x7'0011'0AFEll);
     EXPECT_EQ(noisy.keyCode(), 17);
-    EXPECT_TRUE(noisy.isKeyDown());
-    EXPECT_FALSE(noisy.isRepeat());
+    EXPECT_TRUE(noisy.isKeyDown() && !noisy.isRepeat());
     EXPECT_FALSE(raw(14, 8, 0x100B00).isKeyDown());
     for (int code = 0; code < 64; ++code) {
         for (int state : {0x0A, 0x0B}) {
@@ -30,26 +28,18 @@ TEST(MediaKeyEventTest, TheTapTakesTheFiveKeysDownOrUpOnlyWhileIntercepting) {
 }
 
 TEST(MediaKeyCommandTest, KeyDownsActAndLogKeyUpsDoNothing) {
-    struct Case {
-        int code;
-        bool repeat;
-        ZELMediaKeyAction action;
-        const char* log;
-    };
-    const Case cases[] = {
+    const std::tuple<int, bool, ZELMediaKeyAction, const char*> cases[] = {
         {16, false, ZELMediaKeyAction::TooglePlayPause, "Play/pause pressed."},
         {16, true, ZELMediaKeyAction::TooglePlayPause, "Play/pause pressed, repeated."},
         {19, false, ZELMediaKeyAction::PlayNextSong, "Ffwd pressed."},
         {20, false, ZELMediaKeyAction::PlayPreviousSong, "Rewind pressed."},
         {18, true, ZELMediaKeyAction::None, "Key 18 pressed, repeated."},
     };
-    for (const Case& c : cases) {
-        const auto down = ZELMediaKeyCommand::forEvent(ZELMediaKeyEvent::mediaKey(c.code, true, c.repeat));
-        EXPECT_EQ(down.action, c.action) << c.log;
-        EXPECT_EQ(down.logText, c.log);
-        const auto up = ZELMediaKeyCommand::forEvent(ZELMediaKeyEvent::mediaKey(c.code, false, c.repeat));
-        EXPECT_EQ(up.action, ZELMediaKeyAction::None);
-        EXPECT_EQ(up.logText, "");
+    for (const auto& [code, repeat, action, text] : cases) {
+        const auto down = ZELMediaKeyCommand::forEvent(ZELMediaKeyEvent::mediaKey(code, true, repeat));
+        const auto up = ZELMediaKeyCommand::forEvent(ZELMediaKeyEvent::mediaKey(code, false, repeat));
+        EXPECT_EQ(std::tie(down.action, down.logText), std::tie(action, text)) << text;
+        EXPECT_EQ(std::tie(up.action, up.logText), std::make_tuple(ZELMediaKeyAction::None, "")) << text;
         EXPECT_FALSE(down.unexpected || up.unexpected);
     }
     EXPECT_TRUE(ZELMediaKeyCommand::forEvent(raw(14, 7, 0x100A00)).unexpected);
@@ -60,28 +50,24 @@ TEST(MediaKeyDecoderTest, KeysymsBecomeTapEventsAndAHeldKeyRepeatsUntilReleased)
     using D = ZELMediaKeyDecoder;
     ZELMediaKeyDecoder decoder;
     auto data = [](const std::optional<ZELMediaKeyEvent>& e) { return e ? e->data1 : -1; };
-    const std::tuple<const char*, std::uint32_t, unsigned, std::int64_t> steps[] = {
-        {"press", D::kKeysymAudioPlay, 172, 0x100A00},
-        {"press", D::kKeysymAudioPlay, 172, 0x100A01},
-        {"press", D::kKeysymAudioNext, 171, 0x130A00},  // another key held at the same time
-        {"press", D::kKeysymAudioPlay, 172, 0x100A01},
-        {"release", D::kKeysymAudioPlay, 172, 0x100B00},
-        {"press", D::kKeysymAudioPlay, 172, 0x100A00},
-        {"press", D::kKeysymAudioPause, 209, 0x100A00},  // another physical key is a fresh press
-        {"press", D::kKeysymAudioPrev, 173, 0x140A00},
-        {"press", D::kKeysymAudioForward, 174, 0x110A00},
-        {"release", D::kKeysymAudioRewind, 176, 0x120B00},  // a release without a press still reports
-        {"press", 'a', 38, -1},
-        {"press", 0x1008FF15, 38, -1},  // AudioStop
+    const std::tuple<bool, std::uint32_t, unsigned, std::int64_t> steps[] = {
+        // press or release
+        {true, D::kKeysymAudioPlay, 172, 0x100A00},
+        {true, D::kKeysymAudioPlay, 172, 0x100A01},
+        {true, D::kKeysymAudioNext, 171, 0x130A00},  // another key held at the same time
+        {true, D::kKeysymAudioPlay, 172, 0x100A01},
+        {false, D::kKeysymAudioPlay, 172, 0x100B00},
+        {true, D::kKeysymAudioPlay, 172, 0x100A00},
+        {true, D::kKeysymAudioPause, 209, 0x100A00},  // another physical key is a fresh press
+        {true, D::kKeysymAudioPrev, 173, 0x140A00},
+        {false, D::kKeysymAudioRewind, 176, 0x120B00},  // a release without a press still reports
+        {true, 'a', 38, -1},
     };
-    for (const auto& [what, keysym, key, expected] : steps) {
-        const auto event =
-            std::string(what) == "press" ? decoder.press(keysym, key) : decoder.release(keysym, key);
-        EXPECT_EQ(data(event), expected) << what << " " << std::hex << keysym;
-    }
+    for (const auto& [press, keysym, key, expected] : steps)
+        EXPECT_EQ(data(press ? decoder.press(keysym, key) : decoder.release(keysym, key)), expected)
+            << keysym;
     decoder.reset();
     EXPECT_EQ(data(decoder.press(D::kKeysymAudioNext, 171)), 0x130A00);
 }
 
-}  // namespace
 }  // namespace zel

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 namespace zel {
-namespace {
 
 TEST(ValueTest, ArgListStopsAtTheFirstAbsentValueAndDoubleValueReadsADecimalPrefix) {
     EXPECT_EQ(argList(1, "a", nil(), 3), (ArgList{1, "a"}));
@@ -18,5 +17,4 @@ TEST(ValueTest, ArgListStopsAtTheFirstAbsentValueAndDoubleValueReadsADecimalPref
         EXPECT_DOUBLE_EQ(doubleValue(value), expected) << value.dump();
 }
 
-}  // namespace
 }  // namespace zel

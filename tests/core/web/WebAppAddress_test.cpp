@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 namespace zel::web {
-namespace {
 
 TEST(WebAppAddressTest, Addresses) {
     EXPECT_EQ(startPageURL("h.example:81"), "http://h.example:81/player/mac/www/index.html");
@@ -49,5 +48,4 @@ TEST(WebAppAddressTest, ResolveInsideStaysInTheRealFolder) {
     EXPECT_EQ(resolveInside(scratch.path() / "none", "a"), std::nullopt);
 }
 
-}  // namespace
 }  // namespace zel::web

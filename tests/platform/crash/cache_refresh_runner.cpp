@@ -1,7 +1,4 @@
-// A program that does what Ostrelle does when the web app asks for an update: a refresh of the web cache with
-// the real cache controller, downloaders and disk worker, then the new cache version recorded, as the web app
-// would. The crash-safety test kills it at random moments.
-//
+// A refresh of the web cache as the program does it, then the new version recorded as the web app would.
 // Usage: cache_refresh_runner WORKING_DIR BUNDLE_DIR STATIC_FILE_HOST CONFIG_BASE_URL VERSION
 #include "core/cache/ZELCacheController.h"
 #include "core/fs/Files.h"

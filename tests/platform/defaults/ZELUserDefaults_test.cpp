@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 namespace zel {
-namespace {
 
 TEST(UserDefaultsTest, BooleansInTheirUsualSpellingsAnythingElseIsNoWithALogLine) {
     test::ScratchDirectory scratch;
@@ -30,5 +29,4 @@ TEST(UserDefaultsTest, BooleansInTheirUsualSpellingsAnythingElseIsNoWithALogLine
     EXPECT_EQ(log.lines.size(), 2u);
 }
 
-}  // namespace
 }  // namespace zel

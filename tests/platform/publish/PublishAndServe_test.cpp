@@ -1,5 +1,4 @@
-// What the end-to-end tests do not see of the web app team's tools: which files a publication hashes, mirrors
-// or leaves out, and what the dev server refuses.
+// Which files a publication hashes, mirrors or leaves out, and what the dev server refuses.
 #include "core/fs/Files.h"
 #include "core/json/DictionaryJSON.h"
 #include "core/support/TestSupport.h"
@@ -10,7 +9,6 @@
 #include <gtest/gtest.h>
 
 namespace zel::platform {
-namespace {
 
 TEST(PublishTest, HashesEachKindMirrorsTheRestAndServesNothingElse) {
     test::ScratchDirectory scratch;
@@ -70,5 +68,4 @@ TEST(PublishTest, HashesEachKindMirrorsTheRestAndServesNothingElse) {
     g_object_unref(session);
 }
 
-}  // namespace
 }  // namespace zel::platform

@@ -1,6 +1,4 @@
-// Loopback HTTP for the platform tests: a SoupServer on 127.0.0.1 (a free port) whose requests a test answers
-// itself with libsoup's calls, and the loop both sides run on. Everything runs on the test thread's main
-// context: a test drives client and server by iterating it (runUntil).
+// A SoupServer on 127.0.0.1 whose requests the test answers; both sides run on the main context (runUntil).
 #pragma once
 
 #include <libsoup/soup.h>
@@ -42,22 +40,17 @@ struct LoopbackServer {
         g_object_unref(soup);
         for (GIOStream* stream : stolen) g_object_unref(stream);
     }
-    LoopbackServer(const LoopbackServer&) = delete;
-    LoopbackServer& operator=(const LoopbackServer&) = delete;
 
     std::string url(const std::string& path) const { return "http://" + hostPort + path; }
     std::size_t count(const std::string& path) const { return std::count(paths.begin(), paths.end(), path); }
-
     static void answer(SoupServerMessage* message, const std::string& body, guint status = 200) {
         soup_server_message_set_status(message, status, nullptr);
         soup_server_message_set_response(message, "application/octet-stream", SOUP_MEMORY_COPY, body.data(),
                                          body.size());
     }
-    // Takes the connection past libsoup: with `partial`, a header promising more than that body and a close;
-    // without, no answer at all until the server goes.
+    // With `partial`, a header promising more than that body, then a close; without, no answer at all.
     void breakConnection(SoupServerMessage* message, const char* partial = nullptr) {
-        GIOStream* stream = soup_server_message_steal_connection(message);
-        stolen.push_back(stream);
+        GIOStream* stream = stolen.emplace_back(soup_server_message_steal_connection(message));
         if (partial == nullptr) return;
         const std::string text = "HTTP/1.1 200 OK\r\nContent-Length: 1000\r\n\r\n" + std::string(partial);
         g_output_stream_write_all(g_io_stream_get_output_stream(stream), text.data(), text.size(), nullptr,
@@ -68,14 +61,12 @@ struct LoopbackServer {
     Handler handler;
     SoupServer* soup = soup_server_new(nullptr, nullptr);
     std::string hostPort;
-    std::vector<std::string> paths;    // every request's path, in arrival order
-    std::vector<std::string> queries;  // and its query
-    std::vector<std::string> noCache;  // and its Cache-Control header
-    std::vector<int> finishedBefore;   // answers written completely when it arrived
+    // Per request in arrival order: path, query, Cache-Control header, answers written completely before it.
+    std::vector<std::string> paths, queries, noCache;
+    std::vector<int> finishedBefore;
     int finished = 0;
     std::vector<GIOStream*> stolen;
 
-  private:
     static void handle(SoupServer*, SoupServerMessage* message, const char* path, GHashTable*,
                        gpointer data) {
         auto* self = static_cast<LoopbackServer*>(data);
