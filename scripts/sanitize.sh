@@ -6,7 +6,7 @@
 # WebKit's libraries are suppressed by scripts/sanitize-lsan.supp. Slow (the build and the suites take several
 # minutes on two cores), so it is not part of scripts/test.sh.
 #
-#   scripts/sanitize.sh [ctest options...]    for example: scripts/sanitize.sh -R ui.BridgeTest
+#   scripts/sanitize.sh [ctest options...]    for example: scripts/sanitize.sh -R ui.Bridge
 set -euo pipefail
 cd "$(dirname "$0")/.."
 start=$(date +%s)
