@@ -24,13 +24,13 @@ export LSAN_OPTIONS="suppressions=$PWD/scripts/sanitize-lsan.supp:print_suppress
 # leak check, so its report cannot even name it. Drawing goes through cairo instead; our code is the same.
 export GDK_DEBUG=gl-disable
 status=0
-ctest --test-dir build-sanitize -L ui -E ui.WebDriverTest --output-on-failure -j"$(nproc)" "$@" || status=$?
+ctest --test-dir build-sanitize -L ui -E "^ui.WebDriver$" --output-on-failure -j"$(nproc)" "$@" || status=$?
 # The WebDriver session does not start within its time limit when every allocation is unwound slowly, nor
 # without GL: that suite runs with the fast unwinder, with GL and without the leak check (errors are still
 # caught).
 if [ $# -eq 0 ]; then
   GDK_DEBUG= ASAN_OPTIONS="detect_leaks=0:halt_on_error=1:log_path=$reports/asan" \
-    ctest --test-dir build-sanitize -R ui.WebDriverTest --output-on-failure || status=$?
+    ctest --test-dir build-sanitize -R "^ui.WebDriver$" --output-on-failure || status=$?
 fi
 if compgen -G "$reports/*" >/dev/null; then
   for report in "$reports"/*; do
