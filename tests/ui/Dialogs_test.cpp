@@ -67,6 +67,11 @@ TEST_F(Dialogs, LoginShowsErrorsGrowsForTheCodeAndResetsOnClosing) {
     Rect grown;
     EXPECT_TRUE(waitFor([&] { return (grown = geometry(login)).height == 202; })) << grown.height;
     EXPECT_EQ(grown.y, g.y);
+    // Tab follows the controls' placed positions: the code field is next after the password only once the
+    // login button (its dark label) has moved down out of the code row.
+    EXPECT_TRUE(waitFor([&] {
+        return darkPixels({0, grown.x + 20, grown.y + 115, 115, 20}) == 0;
+    })) << "the login button stayed in the code row";
     keys("Tab");
     type("7k3p");
     keys("Return");
