@@ -2,6 +2,7 @@
 
 #include "core/log/ZELLog.h"
 #include "core/menu/ZELMenuGeometry.h"
+#include "ui/support/ZELDisplayStyle.h"
 #include "ui/support/ZELScopedConnection.h"
 
 #include <cmath>
@@ -54,16 +55,6 @@ popover.context-menu.solid > contents, popover.context-menu.solid popover > cont
 }
 )CSS";
 
-void addSolidMenuStyle(Gtk::Widget& widget) {
-    static bool added = false;
-    if (added) return;
-    added = true;
-    auto provider = Gtk::CssProvider::create();
-    provider->load_from_data(kSolidMenuStyle);
-    Gtk::StyleContext::add_provider_for_display(widget.get_display(), provider,
-                                                GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
-}
-
 }  // namespace
 
 void ZELMenuController::showSongMenu(const Value& song, ZELPoint origin) {
@@ -102,7 +93,7 @@ void ZELMenuController::popUpContextMenu(const ZELMenuPopUp& popUp) {
     popover.insert_action_group(kActionGroup, actions);
     popover.add_css_class("context-menu");
     if (!webView_->get_display()->is_composited()) {
-        addSolidMenuStyle(*webView_);
+        addDisplayStyle(kSolidMenuStyle);
         popover.add_css_class("solid");
     }
     popover.set_has_arrow(false);

@@ -1,6 +1,7 @@
 #include "ui/windows/ZELDialogChrome.h"
 
 #include "core/chrome/ZELDialogGeometry.h"
+#include "ui/support/ZELDisplayStyle.h"
 
 namespace zel {
 namespace {
@@ -21,23 +22,12 @@ label.ostrelle-link { font-size: 10px; }
 label.ostrelle-link link { color: #0b57d0; text-decoration-line: underline; }
 )css";
 
-void installStyle() {
-    static const bool installed = [] {
-        auto provider = Gtk::CssProvider::create();
-        provider->load_from_data(kDialogCSS);
-        Gtk::StyleContext::add_provider_for_display(Gdk::Display::get_default(), provider,
-                                                    GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
-        return true;
-    }();
-    (void)installed;
-}
-
 }  // namespace
 
 ZELDialogChrome::ZELDialogChrome(ZELTitledWindow& window, ZELPlacedView& frameView, const std::string& title,
                                  double width, double height)
     : window_(window), frameView_(frameView), width_(width) {
-    installStyle();
+    addDisplayStyle(kDialogCSS);
     window.add_css_class("ostrelle-dialog");
     window.set_title(title);
     window.set_resizable(false);

@@ -2,6 +2,7 @@
 
 #include "core/chrome/ZELChromeGeometry.h"
 #include "core/log/ZELLog.h"
+#include "ui/support/ZELDisplayStyle.h"
 
 namespace zel {
 namespace {
@@ -25,17 +26,6 @@ label.ostrelle-user-name { font-family: "Hiragino Sans GB", "Noto Sans CJK SC", 
   color: #eeeeee; }
 )css";
 
-void installStyle() {
-    static const bool installed = [] {
-        auto provider = Gtk::CssProvider::create();
-        provider->load_from_data(kChromeCSS);
-        Gtk::StyleContext::add_provider_for_display(Gdk::Display::get_default(), provider,
-                                                    GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
-        return true;
-    }();
-    (void)installed;
-}
-
 constexpr GdkToplevelState kSquareStates =
     GdkToplevelState(GDK_TOPLEVEL_STATE_MAXIMIZED | GDK_TOPLEVEL_STATE_FULLSCREEN | GDK_TOPLEVEL_STATE_TILED |
                      GDK_TOPLEVEL_STATE_TOP_TILED | GDK_TOPLEVEL_STATE_BOTTOM_TILED |
@@ -45,7 +35,7 @@ constexpr GdkToplevelState kSquareStates =
 
 ZELMainWindow::ZELMainWindow(int contentWidth, int contentHeight)
     : headerView_(contentWidth, chrome::kHeaderHeight) {
-    installStyle();
+    addDisplayStyle(kChromeCSS);
     add_css_class("ostrelle-main");
     set_title("Ostrelle");
     const ZELRect frame =
