@@ -108,7 +108,6 @@ ZELMainWindow::ZELMainWindow(int contentWidth, int contentHeight)
 
 ZELMainWindow::~ZELMainWindow() {
     firstFrame_.disconnect();
-    unrealized_.disconnect();
     forgetSurface();
 }
 

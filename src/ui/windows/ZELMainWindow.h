@@ -12,6 +12,7 @@
 #include "core/value/Value.h"
 #include "ui/controls/ZELImageButton.h"
 #include "ui/controls/ZELPlacedView.h"
+#include "ui/support/ZELScopedConnection.h"
 #include "ui/windows/ZELTitledWindow.h"
 #include "ui/windows/ZELWindowHeaderView.h"
 
@@ -76,8 +77,8 @@ class ZELMainWindow : public ZELTitledWindow, public ZELWindowHeaderViewDelegate
     Gtk::WindowHandle handle_;
     GdkSurface* surface_ = nullptr;
     gulong surfaceStateHandler_ = 0;
-    sigc::connection firstFrame_;  // disconnected after the first frame and in the destructor
-    sigc::connection unrealized_;  // disconnected in the destructor: the base class unrealizes after it
+    sigc::connection firstFrame_;     // disconnected after the first frame and in the destructor
+    ZELScopedConnection unrealized_;  // gone before the base class's destructor unrealizes the window
     bool drawn_ = false;
 };
 
