@@ -11,6 +11,7 @@
 //    view's proxy) and in MiniBrowser (direct), and reports the median and 99th percentile.
 //
 // It prints figures and ratios; it asserts nothing.
+#include "BenchCommon.h"
 #include "support/Program.h"
 
 #include <gio/gio.h>
@@ -26,6 +27,7 @@
 
 namespace fs = std::filesystem;
 using namespace zel::test;
+using namespace zel::bench;
 
 namespace {
 
@@ -39,20 +41,6 @@ struct Options {
     std::string program = OSTRELLE_PROGRAM;
     std::string miniBrowser = kMiniBrowser;
 };
-
-void writeFile(const fs::path& path, const std::string& content) {
-    fs::create_directories(path.parent_path());
-    std::ofstream(path, std::ios::binary) << content;
-}
-
-// Each run gets folders of its own, so nothing of an earlier run (website data, caches) helps it.
-std::map<std::string, std::optional<std::string>> freshHome(const fs::path& home) {
-    for (const char* dir : {"data", "cache", "config"}) fs::create_directories(home / dir);
-    return {{"XDG_DATA_HOME", (home / "data").string()},
-            {"XDG_CACHE_HOME", (home / "cache").string()},
-            {"XDG_CONFIG_HOME", (home / "config").string()},
-            {"OSTRELLE_BROWSER_LOG", (home / "browser.log").string()}};
-}
 
 bool busNameHasOwner(const char* name) {
     GDBusConnection* bus = g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr);
@@ -74,12 +62,6 @@ void waitForSingleInstanceNames() {
     waitFor([] {
         return !busNameHasOwner("org.ostrelle.Ostrelle") && !busNameHasOwner("org.webkitgtk.MiniBrowser");
     });
-}
-
-double median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    const std::size_t n = values.size();
-    return n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
 }
 
 // --- The bridge round trip ---------------------------------------------------------------------------------

@@ -9,6 +9,8 @@
 //    a bridge call again, several rounds (the program reloads by itself up to three times a minute).
 //
 // It prints figures; it asserts nothing.
+#include "BenchCommon.h"
+#include "cache/BenchSupport.h"
 #include "support/Program.h"
 
 #include <nlohmann/json.hpp>
@@ -26,6 +28,7 @@
 
 namespace fs = std::filesystem;
 using namespace zel::test;
+using namespace zel::bench;
 
 namespace {
 
@@ -37,20 +40,6 @@ struct Options {
     int rounds = 3;
     std::string program = OSTRELLE_PROGRAM;
 };
-
-void writeFile(const fs::path& path, const std::string& content) {
-    fs::create_directories(path.parent_path());
-    std::ofstream(path, std::ios::binary) << content;
-}
-
-long residentKilobytes(pid_t pid) {
-    std::ifstream in("/proc/" + std::to_string(pid) + "/status");
-    std::string line;
-    while (std::getline(in, line)) {
-        if (line.rfind("VmRSS:", 0) == 0) return std::stol(line.substr(6));
-    }
-    return 0;
-}
 
 constexpr const char* kStressScript = R"JS((function () {
   'use strict';
@@ -116,14 +105,6 @@ std::vector<std::string> command(const std::string& program, const fs::path& bun
             std::string("http://") + kPageHost + "/player/mac/www/index.html" + page};
 }
 
-std::map<std::string, std::optional<std::string>> freshHome(const fs::path& home) {
-    fs::create_directories(home);
-    return {{"XDG_DATA_HOME", (home / "data").string()},
-            {"XDG_CACHE_HOME", (home / "cache").string()},
-            {"XDG_CONFIG_HOME", (home / "config").string()},
-            {"OSTRELLE_BROWSER_LOG", (home / "browser.log").string()}};
-}
-
 // The JSON after marker on a console line at or after from; at is set to the line's index.
 nlohmann::json expectReport(Program& app, const std::string& marker, std::size_t from, std::size_t& at,
                             Clock::duration timeout) {
@@ -133,14 +114,20 @@ nlohmann::json expectReport(Program& app, const std::string& marker, std::size_t
     return nlohmann::json::parse(text.substr(text.find(marker) + marker.size()));
 }
 
-void benchCalls(const Options& options) {
-    TempDir dir("ostrelle-bench");
+// A bundle of one page that runs `script`, in `dir`.
+fs::path writeBundle(const TempDir& dir, const std::string& title, const char* script) {
     const fs::path bundle = fs::path(dir.path) / "bundle";
     writeFile(bundle / "cache_version", "");
     writeFile(bundle / "www/index.html",
-              "<!DOCTYPE html><html><head><meta charset=\"utf-8\"><title>stress</title>"
-              "<script src=\"stress.js\"></script></head><body></body></html>");
-    writeFile(bundle / "www/stress.js", kStressScript);
+              "<!DOCTYPE html><html><head><meta charset=\"utf-8\"><title>" + title +
+                  "</title><script src=\"page.js\"></script></head><body></body></html>");
+    writeFile(bundle / "www/page.js", script);
+    return bundle;
+}
+
+void benchCalls(const Options& options) {
+    TempDir dir("ostrelle-bench");
+    const fs::path bundle = writeBundle(dir, "stress", kStressScript);
     Program app(
         command(options.program, bundle,
                 "?calls=" + std::to_string(options.calls) + "&batch=" + std::to_string(options.batch)),
@@ -183,20 +170,9 @@ constexpr const char* kReadyScript = R"JS((function () {
 })();
 )JS";
 
-double median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    const std::size_t n = values.size();
-    return n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
-}
-
 void benchCrash(const Options& options) {
     TempDir dir("ostrelle-bench");
-    const fs::path bundle = fs::path(dir.path) / "bundle";
-    writeFile(bundle / "cache_version", "");
-    writeFile(bundle / "www/index.html",
-              "<!DOCTYPE html><html><head><meta charset=\"utf-8\"><title>ready</title>"
-              "<script src=\"ready.js\"></script></head><body></body></html>");
-    writeFile(bundle / "www/ready.js", kReadyScript);
+    const fs::path bundle = writeBundle(dir, "ready", kReadyScript);
     Program app(command(options.program, bundle, ""), freshHome(fs::path(dir.path) / "home"));
     std::size_t at = 0;
     nlohmann::json ready = expectReport(app, "READY ", 0, at, std::chrono::minutes(1));
