@@ -217,4 +217,10 @@ std::uint32_t App::Shot::at(long x, long y) const {
     return std::uint32_t(p[0]) << 16 | p[1] << 8 | p[2];
 }
 
+long App::Shot::count(const std::function<bool(std::uint32_t)>& matches) const {
+    long n = 0;
+    for (long k = 0; k < long(rgb.size() / 3); ++k) n += matches(at(k % width, k / width));
+    return n;
+}
+
 }  // namespace zel::test

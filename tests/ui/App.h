@@ -76,6 +76,7 @@ class App : public testing::Test {
         long width = 0;
         std::string rgb;
         std::uint32_t at(long x, long y) const;
+        long count(const std::function<bool(std::uint32_t)>& matches) const;  // pixels that match
     };
     static Shot shot(const Rect& area);
 

@@ -101,13 +101,10 @@ TEST_F(Chrome, LightsSearchFieldHistoryAndUser) {
     // The signed-in user's name, and the avatar from the loopback server inside the user area.
     expectLog("setUserName alice");
     EXPECT_TRUE(waitFor([&] {
-        const Shot s = shot({0, g.x + g.width - 415, g.y + 5, 200, 42});
-        for (long y = 0; y < 42; ++y) {
-            for (long x = 0; x < 200; ++x) {
-                if (const Rgb c = rgb(s.at(x, y)); c.r > 220 && c.g < 30 && c.b < 30) return true;
-            }
-        }
-        return false;
+        return shot({0, g.x + g.width - 415, g.y + 5, 200, 42}).count([](std::uint32_t p) {
+            const Rgb c = rgb(p);
+            return c.r > 220 && c.g < 30 && c.b < 30;
+        }) > 0;
     })) << "no avatar shown; requests: "
         << avatar.requests().size();
     // The menu button at the user area's right; its one item "退出".
@@ -164,11 +161,9 @@ TEST_F(Chrome, UnderAWindowManagerTheHeaderMovesMinimisesZoomsAndGoesFullScreen)
     // window is laid out anew after each change of size: a click waits until the button's light strokes show.
     const auto fullScreenClick = [&](const Rect& w) {
         EXPECT_TRUE(waitFor([&] {
-            const Shot b = shot({0, w.x + w.width - 16, w.y + 5, 14, 14});
-            for (long i = 0; i < 14 * 14; ++i) {
-                if (rgb(b.at(i % 14, i / 14)).g > 150) return true;
-            }
-            return false;
+            return shot({0, w.x + w.width - 16, w.y + 5, 14, 14}).count([](std::uint32_t p) {
+                return rgb(p).g > 150;
+            }) > 0;
         })) << "no full-screen button at the window's right";
         click(w.x + w.width - 9, w.y + 12);
     };

@@ -18,11 +18,7 @@ class Dialogs : public App {
     }
     // Dark (label) pixels in an area of the screen.
     static long darkPixels(const Rect& area) {
-        const Shot s = shot(area);
-        long n = 0;
-        for (long i = 0; i < area.width * area.height; ++i)
-            n += (s.at(i % area.width, i / area.width) & 0xff) < 0x50;
-        return n;
+        return shot(area).count([](std::uint32_t p) { return (p & 0xff) < 0x50; });
     }
 
     std::unique_ptr<Program> wm_ = windowManager();
