@@ -144,6 +144,11 @@ unsigned long App::focused() {
     return std::stoul("0" + run({"xdotool", "getwindowfocus"}, false));
 }
 
+bool App::focus(unsigned long window) {
+    xdotool({"windowfocus", std::to_string(window)});
+    return waitFor([&] { return focused() == window; });
+}
+
 Rect App::mainWindow() {
     Rect best;
     // The largest window titled "Ostrelle": the toolkit maps smaller helper windows with the same title.

@@ -59,6 +59,8 @@ class App : public testing::Test {
     static std::vector<unsigned long> windows(const std::string& title);
     static Rect geometry(unsigned long window);
     static unsigned long focused();
+    // Gives the window the focus; false when it has not got it in time.
+    static bool focus(unsigned long window);
     Rect mainWindow();
     static void click(long x, long y, int button = 1);
     static void keys(const std::string& names);  // "Down Down Return"

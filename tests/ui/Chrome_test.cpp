@@ -24,9 +24,7 @@ class Chrome : public App {
         launchPage(query);
         report("ready");
         const Rect window = mainWindow();
-        xdotool({"windowfocus", std::to_string(window.id)});
-        if (!waitFor([&] { return focused() == window.id; }))
-            throw std::runtime_error("main window not focused");
+        if (!focus(window.id)) throw std::runtime_error("main window not focused");
         return geometry(window.id);  // where the window manager has placed it by now
     }
 };

@@ -74,7 +74,7 @@ TEST_F(Dialogs, LoginShowsErrorsGrowsForTheCodeAndResetsOnClosing) {
     EXPECT_EQ(nextLogin(from), json::array({"alice", "secret", "7k3p"}));
     // Signed in: the window closes, collapsed and empty for the next opening, where it was left.
     EXPECT_TRUE(waitFor([] { return windows("^用户登录$").empty(); }));
-    xdotool({"windowfocus", std::to_string(mainWindow().id)});
+    ASSERT_TRUE(focus(mainWindow().id));
     keys("l");
     focusedWindow("用户登录");
     const Rect again = geometry(login);
@@ -91,8 +91,7 @@ TEST_F(Dialogs, MenuKeysReachFeedbackThePageTheMenuBarAndQuit) {
     focusedWindow("用户登录");
     keys("Escape");
     const Rect m = mainWindow();
-    xdotool({"windowfocus", std::to_string(m.id)});
-    ASSERT_TRUE(waitFor([&] { return focused() == m.id; }));
+    ASSERT_TRUE(focus(m.id));
     keys("ctrl+c");
     EXPECT_EQ(report("copied"), "copy me");
 
@@ -116,16 +115,14 @@ TEST_F(Dialogs, MenuKeysReachFeedbackThePageTheMenuBarAndQuit) {
     EXPECT_EQ(report("feedback")["args"], json::array({"hello, world ", "me@example.test"}));
     EXPECT_TRUE(waitFor([] { return windows("^意见反馈$").empty(); }));
 
-    xdotool({"windowfocus", std::to_string(m.id)});
-    ASSERT_TRUE(waitFor([&] { return focused() == m.id; }));
+    ASSERT_TRUE(focus(m.id));
     const Rect corner{0, m.x, m.y, 300, 200};
     const std::string before = shot(corner).rgb;
     keys("F10");
     EXPECT_TRUE(waitFor([&] { return shot(corner).rgb != before; })) << "F10 opened nothing at the top left";
     // A click outside closes the menus.
     click(m.x + 600, m.y + 400);
-    xdotool({"windowfocus", std::to_string(m.id)});
-    ASSERT_TRUE(waitFor([&] { return focused() == m.id; }));
+    ASSERT_TRUE(focus(m.id));
     keys("ctrl+q");
     EXPECT_EQ(app().wait(), 0);
 }

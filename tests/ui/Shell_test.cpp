@@ -36,8 +36,7 @@ TEST_F(Shell, StartsInOrderAndServesItsActionsAndASecondLaunch) {
 
     // A second launch only hands over to the running one, which comes to the front.
     const unsigned long main = mainWindow().id;
-    xdotool({"windowfocus", std::to_string(main)});
-    ASSERT_TRUE(waitFor([&] { return focused() == main; }));
+    ASSERT_TRUE(focus(main));
     const std::string root = run({"xwininfo", "-root"});
     xdotool({"mousemove", "0", "0"});  // with the focus on the root, keys go to the window under the pointer
     xdotool(
