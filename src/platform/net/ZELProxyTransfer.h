@@ -13,7 +13,7 @@
 // closes it. An answer without a body (204, 304, HEAD) goes out before the upstream side is finished.
 //
 // Owned by the proxy until `ended` runs (which may destroy it); destroying it earlier cancels the transfer.
-// The session is not owned and must outlive it. Main thread.
+// The session is not owned and must outlive it. The proxy server's thread.
 #pragma once
 
 #include "platform/net/AsyncLink.h"

@@ -3,7 +3,7 @@
 // CONNECT tunnel. The client's connection is taken from the server; the upstream one is made through GIO's
 // socket client, so the user's own proxy settings still apply.
 //
-// Owned by the proxy until `ended` runs; destroying it earlier closes both sides. Main thread.
+// Owned by the proxy until `ended` runs; destroying it earlier closes both sides. The proxy server's thread.
 #pragma once
 
 #include "platform/net/AsyncLink.h"

@@ -2,46 +2,48 @@
 
 #include "core/log/ZELLog.h"
 #include "core/web/WebAppAddress.h"
-#include "platform/net/GObjectPtr.h"
 
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <utility>
 
 namespace zel::platform {
 
+ZELLocalAnswer ZELURLHashMapProtocol::lookUp(ZELURLProtocolDelegate* delegate, const std::string& url) {
+    ZELLocalAnswer answer;
+    if (delegate == nullptr) return answer;
+    if (const std::optional<std::filesystem::path> file = delegate->getLocalData(url)) {
+        GObjectPtr<GFile> gfile(g_file_new_for_path(file->c_str()));
+        answer.file.reset(G_INPUT_STREAM(g_file_read(gfile.get(), nullptr, nullptr)));
+        answer.fileName = file->filename().string();
+    }
+    // Asked always (a hash-map lookup): the file may still fail where a range starts.
+    answer.real = delegate->realRequest(url);
+    return answer;
+}
+
 ZELURLHashMapProtocol::ZELURLHashMapProtocol(SoupServerMessage* msg, std::string url,
-                                             ZELURLProtocolDelegate* delegate, NetworkStarter startNetwork,
-                                             FileStarter startFile)
+                                             NetworkStarter startNetwork, FileStarter startFile)
     : msg_(msg),
       url_(std::move(url)),
-      delegate_(delegate),
       startNetwork_(std::move(startNetwork)),
       startFile_(std::move(startFile)) {}
 
-void ZELURLHashMapProtocol::startLoading() {
-    if (delegate_ != nullptr) {
-        if (const std::optional<std::filesystem::path> file = delegate_->getLocalData(url_)) {
-            if (deliverData(*file)) return;
-        }
-    }
-    const std::optional<std::string> real =
-        delegate_ != nullptr ? delegate_->realRequest(url_) : std::nullopt;
-    if (!real) {
+void ZELURLHashMapProtocol::startLoading(ZELLocalAnswer answer) {
+    if (answer.file && deliverData(answer.file.get(), answer.fileName)) return;
+    if (!answer.real) {
         zelLog("no answer for %@", url_);
         soup_server_message_set_status(msg_, SOUP_STATUS_BAD_GATEWAY, nullptr);
         return;
     }
-    zelLog("load raw %@", *real);
-    startNetwork_(msg_, *real);
+    zelLog("load raw %@", *answer.real);
+    startNetwork_(msg_, *answer.real);
 }
 
-bool ZELURLHashMapProtocol::deliverData(const std::filesystem::path& file) {
-    GObjectPtr<GFile> gfile(g_file_new_for_path(file.c_str()));
-    GObjectPtr<GFileInputStream> stream(g_file_read(gfile.get(), nullptr, nullptr));
-    if (!stream) return false;
-    GObjectPtr<GFileInfo> info(
-        g_file_input_stream_query_info(stream.get(), G_FILE_ATTRIBUTE_STANDARD_SIZE, nullptr, nullptr));
+bool ZELURLHashMapProtocol::deliverData(GInputStream* stream, const std::string& fileName) {
+    GObjectPtr<GFileInfo> info(g_file_input_stream_query_info(
+        G_FILE_INPUT_STREAM(stream), G_FILE_ATTRIBUTE_STANDARD_SIZE, nullptr, nullptr));
     const goffset size = info ? g_file_info_get_size(info.get()) : 0;
 
     // The range first: a file that cannot be read from its start still leaves the answer untouched.
@@ -62,19 +64,18 @@ bool ZELURLHashMapProtocol::deliverData(const std::filesystem::path& file) {
         start = ranges[0].start;
         length = ranges[0].end - ranges[0].start + 1;
         soup_message_headers_free_ranges(request, ranges);
-        if (start > 0 && !g_seekable_seek(G_SEEKABLE(stream.get()), start, G_SEEK_SET, nullptr, nullptr)) {
+        if (start > 0 && !g_seekable_seek(G_SEEKABLE(stream), start, G_SEEK_SET, nullptr, nullptr)) {
             return false;
         }
     }
     soup_server_message_set_status(msg_, ranged ? SOUP_STATUS_PARTIAL_CONTENT : SOUP_STATUS_OK, nullptr);
     // Only the mark and the body's own description: not even the date the server adds on its own.
     soup_message_headers_remove(headers, "Date");
-    soup_message_headers_set_content_type(headers, web::mimeTypeForPath(file.filename().string()).c_str(),
-                                          nullptr);
+    soup_message_headers_set_content_type(headers, web::mimeTypeForPath(fileName).c_str(), nullptr);
     soup_message_headers_append(headers, "X-HY-HASHMAP-CACHE", "local");
     if (ranged) soup_message_headers_set_content_range(headers, start, start + length - 1, size);
     soup_message_headers_set_content_length(headers, length);
-    startFile_(msg_, G_INPUT_STREAM(stream.get()), length);
+    startFile_(msg_, stream, length);
     return true;
 }
 

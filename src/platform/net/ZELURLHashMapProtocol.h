@@ -10,39 +10,52 @@
 //   address when the hash maps have no entry): logged "load raw %@" and passed through from the network as it
 //   comes; nothing is stored.
 //
-// One object per request; it lives only while it decides. The file's pump and a network answer are handed to
-// the starters, whose owner keeps them until they end. A delegate with no answer to either question gets the
-// page "502 Bad Gateway" instead of a request that never ends. Main thread.
+// Two steps on two threads: lookUp() asks the delegate on the thread the delegate lives on and opens the file
+// there; startLoading() answers on the proxy's thread, which alone touches the request. One object per
+// request; it lives only while it answers. The file's pump and a network answer are handed to the starters,
+// whose owner keeps them until they end. A delegate with no answer to either question gets the page "502 Bad
+// Gateway" instead of a request that never ends.
 #pragma once
 
 #include "core/cache/ZELURLProtocolDelegate.h"
+#include "platform/net/GObjectPtr.h"
 
 #include <libsoup/soup.h>
 
-#include <filesystem>
 #include <functional>
+#include <optional>
 #include <string>
 
 namespace zel::platform {
+
+// What the delegate answered for one address: the file, opened, and the real request.
+struct ZELLocalAnswer {
+    GObjectPtr<GInputStream> file;
+    std::string fileName;
+    std::optional<std::string> real;
+};
 
 class ZELURLHashMapProtocol {
   public:
     using NetworkStarter = std::function<void(SoupServerMessage* msg, const std::string& url)>;
     using FileStarter = std::function<void(SoupServerMessage* msg, GInputStream* body, gint64 length)>;
 
-    // msg, delegate: not owned. url: the request's address.
-    ZELURLHashMapProtocol(SoupServerMessage* msg, std::string url, ZELURLProtocolDelegate* delegate,
-                          NetworkStarter startNetwork, FileStarter startFile);
+    // The delegate's thread. delegate: not owned, may be null (no answers).
+    static ZELLocalAnswer lookUp(ZELURLProtocolDelegate* delegate, const std::string& url);
 
-    void startLoading();
+    // msg: not owned. url: the request's address.
+    ZELURLHashMapProtocol(SoupServerMessage* msg, std::string url, NetworkStarter startNetwork,
+                          FileStarter startFile);
+
+    // The proxy's thread.
+    void startLoading(ZELLocalAnswer answer);
 
   private:
-    // False when the file could not be opened after all (it went away); the network is asked then.
-    bool deliverData(const std::filesystem::path& file);
+    // False when the file cannot be read where the range starts; the network is asked then.
+    bool deliverData(GInputStream* stream, const std::string& fileName);
 
     SoupServerMessage* msg_;
     std::string url_;
-    ZELURLProtocolDelegate* delegate_;
     NetworkStarter startNetwork_;
     FileStarter startFile_;
 };

@@ -1,84 +1,35 @@
 #include "platform/net/ZELWebProxy.h"
 
 #include "core/env/RandomToken.h"
-#include "core/log/ZELLog.h"
-#include "platform/net/UriText.h"
-#include "platform/net/ZELProxyResolverCache.h"
-#include "platform/net/ZELURLHashMapProtocol.h"
 
-#include <string>
+#include <future>
 #include <utility>
 
 namespace zel::platform {
-namespace {
-
-constexpr gint64 kResolverLifetime = 5 * G_USEC_PER_SEC;
-
-bool isUpgrade(SoupServerMessage* msg) {
-    SoupMessageHeaders* headers = soup_server_message_get_request_headers(msg);
-    return soup_message_headers_header_contains(headers, "Connection", "Upgrade") &&
-           soup_message_headers_get_one(headers, "Upgrade") != nullptr;
-}
-
-}  // namespace
 
 ZELWebProxy::ZELWebProxy(ZELURLProtocolDelegate& delegate, Marker marks)
-    : delegate_(delegate), marks_(std::move(marks)), secret_(randomToken()) {
-    server_.reset(soup_server_new(nullptr, nullptr));
-    // Like a browser's own connections: as many per host as a page opens, no time limit of the session's own
-    // (long polls and streams are the page's business), idle connections closed after a minute.
-    // The system's proxy resolver decides, its answers kept for a few seconds per destination.
-    GObjectPtr<GProxyResolver> resolver(
-        newProxyResolverCache(g_proxy_resolver_get_default(), kResolverLifetime));
-    session_.reset(soup_session_new_with_options("max-conns", 64, "max-conns-per-host", 16, "timeout", 0u,
-                                                 "idle-timeout", 60u, "proxy-resolver", resolver.get(),
-                                                 nullptr));
-    soup_session_remove_feature_by_type(session_.get(), SOUP_TYPE_AUTH_MANAGER);
-    soup_session_remove_feature_by_type(session_.get(), SOUP_TYPE_CONTENT_DECODER);
-
-    soup_server_add_handler(server_.get(), nullptr, &ZELWebProxy::handle, this, nullptr);
-    SoupAuthDomain* domain = soup_auth_domain_basic_new("realm", "Ostrelle", "proxy", TRUE, nullptr);
-    soup_auth_domain_basic_set_auth_callback(
-        domain,
-        [](SoupAuthDomain*, SoupServerMessage*, const char* user, const char* password,
-           gpointer self) -> gboolean {
-            auto* proxy = static_cast<ZELWebProxy*>(self);
-            return user != nullptr && password != nullptr && proxy->user_ == user &&
-                   proxy->secret_ == password;
-        },
-        this, nullptr);
-    // The web view's network process is one of ours: it is let in without a challenge, which its network
-    // stack would otherwise meet on every request (it never sends proxy credentials before being asked).
-    soup_auth_domain_set_filter(
-        domain,
-        [](SoupAuthDomain*, SoupServerMessage* msg, gpointer self) -> gboolean {
-            return !static_cast<ZELWebProxy*>(self)->peers_.isOwnChild(soup_server_message_get_socket(msg));
-        },
-        this, nullptr);
-    soup_server_add_auth_domain(server_.get(), domain);
-    authDomain_.reset(domain);
-}
+    : delegate_(delegate),
+      marks_(std::move(marks)),
+      secret_(randomToken()),
+      owner_(g_main_context_ref_thread_default()),
+      context_(g_main_context_new()),
+      loop_(g_main_loop_new(context_.get(), FALSE)),
+      self_(std::make_shared<ZELWebProxy*>(this)) {}
 
 ZELWebProxy::~ZELWebProxy() {
-    running_.clear();
-    // The handler and the domain's check point at this proxy: neither may outlive it, whoever still holds
-    // the server.
-    soup_server_remove_handler(server_.get(), nullptr);
-    soup_server_remove_auth_domain(server_.get(), authDomain_.get());
-    soup_server_disconnect(server_.get());
-    soup_session_abort(session_.get());
+    *self_ = nullptr;
+    if (!thread_.joinable()) return;
+    post(context_.get(), [loop = loop_.get()] { g_main_loop_quit(loop); });
+    thread_.join();
 }
 
 bool ZELWebProxy::listen() {
-    GError* error = nullptr;
-    if (!soup_server_listen_local(server_.get(), 0, SOUP_SERVER_LISTEN_IPV4_ONLY, &error)) {
-        zelLog("web proxy: cannot listen on loopback: %@", error->message);
-        g_error_free(error);
-        return false;
-    }
-    GSList* uris = soup_server_get_uris(server_.get());
-    if (uris != nullptr) port_ = static_cast<std::uint16_t>(g_uri_get_port(static_cast<GUri*>(uris->data)));
-    g_slist_free_full(uris, reinterpret_cast<GDestroyNotify>(g_uri_unref));
+    if (thread_.joinable()) return port_ != 0;
+    std::promise<std::uint16_t> listening;
+    std::future<std::uint16_t> port = listening.get_future();
+    thread_ = std::thread(
+        [this, &listening] { serve([&listening](std::uint16_t port) { listening.set_value(port); }); });
+    port_ = port.get();
     return port_ != 0;
 }
 
@@ -86,54 +37,46 @@ std::string ZELWebProxy::uri() const {
     return "http://127.0.0.1:" + std::to_string(port_);
 }
 
-void ZELWebProxy::handle(SoupServer*, SoupServerMessage* msg, const char*, GHashTable*, gpointer self) {
-    static_cast<ZELWebProxy*>(self)->dispatch(msg);
+void ZELWebProxy::serve(std::function<void(std::uint16_t)> listened) {
+    g_main_context_push_thread_default(context_.get());
+    server_ = std::make_unique<ZELProxyServer>(
+        user_, secret_, marks_, [this](std::uint64_t id, const std::string& url) { lookUp(id, url); });
+    const bool listening = server_->listen();
+    listened(listening ? server_->port() : 0);
+    if (listening) g_main_loop_run(loop_.get());
+    server_.reset();
+    // What the closed connections and the aborted session still have to finish, while their context is
+    // current.
+    while (g_main_context_iteration(context_.get(), FALSE)) {
+    }
+    g_main_context_pop_thread_default(context_.get());
 }
 
-bool ZELWebProxy::isOwnAddress(GUri* uri) const {
-    const char* host = g_uri_get_host(uri);
-    if (host == nullptr) return true;
-    return g_uri_get_port(uri) == port_ &&
-           (g_strcmp0(host, "127.0.0.1") == 0 || g_ascii_strcasecmp(host, "localhost") == 0);
+void ZELWebProxy::lookUp(std::uint64_t id, const std::string& url) {
+    post(owner_.get(), [self = self_, id, url] {
+        ZELWebProxy* proxy = *self;
+        if (proxy == nullptr) return;
+        auto answer = std::make_shared<ZELLocalAnswer>(ZELURLHashMapProtocol::lookUp(&proxy->delegate_, url));
+        // The proxy outlives this job: its destructor waits for the thread, which alone runs it.
+        post(proxy->context_.get(), [proxy, id, answer] {
+            if (proxy->server_) proxy->server_->answer(id, std::move(*answer));
+        });
+    });
 }
 
-void ZELWebProxy::dispatch(SoupServerMessage* msg) {
-    GUri* uri = soup_server_message_get_uri(msg);
-    // A request in origin form names the proxy itself: it is not for forwarding (and would loop).
-    if (isOwnAddress(uri)) {
-        soup_server_message_set_status(msg, SOUP_STATUS_BAD_REQUEST, nullptr);
-        return;
-    }
-    const char* method = soup_server_message_get_method(msg);
-    if (method == SOUP_METHOD_CONNECT || isUpgrade(msg)) {
-        run(std::make_unique<ZELProxyTunnel>(msg, [this](ZELProxyTunnel* t) { ended(t); }));
-        return;
-    }
-    const std::string url = uriText(uri);
-    if ((method == SOUP_METHOD_GET || method == SOUP_METHOD_HEAD) && marks_(url)) {
-        ZELURLHashMapProtocol protocol(
-            msg, url, &delegate_,
-            [this](SoupServerMessage* m, const std::string& real) { startNetwork(m, real); },
-            [this](SoupServerMessage* m, GInputStream* body, gint64 length) { startFile(m, body, length); });
-        protocol.startLoading();
-        return;
-    }
-    run(ZELProxyTransfer::forward(session_.get(), msg, [this](ZELProxyTransfer* t) { ended(t); }));
-}
-
-void ZELWebProxy::startNetwork(SoupServerMessage* msg, const std::string& url) {
-    if (auto transfer =
-            ZELProxyTransfer::plainGet(session_.get(), msg, url, [this](ZELProxyTransfer* t) { ended(t); })) {
-        run(std::move(transfer));
-    }
-}
-
-void ZELWebProxy::startFile(SoupServerMessage* msg, GInputStream* body, gint64 length) {
-    soup_server_message_pause(msg);
-    auto key = std::make_shared<const void*>(nullptr);
-    auto pump = std::make_unique<ZELBodyPump>(msg, body, length, [this, key](bool) { ended(*key); });
-    *key = pump.get();
-    run(std::move(pump));
+void ZELWebProxy::post(GMainContext* context, std::function<void()> job) {
+    using Job = std::function<void()>;
+    GSource* source = g_idle_source_new();
+    g_source_set_priority(source, G_PRIORITY_DEFAULT);
+    g_source_set_callback(
+        source,
+        [](gpointer data) -> gboolean {
+            (*static_cast<Job*>(data))();
+            return G_SOURCE_REMOVE;
+        },
+        new Job(std::move(job)), [](gpointer data) { delete static_cast<Job*>(data); });
+    g_source_attach(source, context);
+    g_source_unref(source);
 }
 
 }  // namespace zel::platform

@@ -1,47 +1,40 @@
-// The web view's HTTP proxy on 127.0.0.1 (a random port): the one road of the web view's http requests.
+// The web view's HTTP proxy: a ZELProxyServer on a thread of its own, so that passing the page's requests on
+// never waits for the user interface to draw, nor the user interface for a request.
 //
-// - A request its delegate marks (the web app's own files) goes to a ZELURLHashMapProtocol: a file from disk,
-//   or the network's answer for the build address.
-// - Every other request is forwarded to where it was going, as it was made (ZELProxyTransfer); a WebSocket
-//   upgrade or a CONNECT is tunnelled (ZELProxyTunnel).
-// - Only the web view may use it: a connection from a process this one started (the web view's network
-//   process) is let in; any other must carry proxy credentials with a per-process secret (Basic, which the
-//   web view also answers when asked, should the first check fail). Only absolute-form requests for other
-//   hosts are served; anything else gets 407 or 400 and nothing is forwarded.
+// The web app's own files (the addresses the marker marks) are looked up through the delegate on the thread
+// that made the proxy, the one the delegate lives on, and answered on the proxy's thread; everything else
+// stays on the proxy's thread. The marker runs on the proxy's thread: it must be a pure function of the
+// address. The delegate is not owned and must outlive the proxy.
 //
-// Upstream, a session of its own with no cookie jar, cache, decoder or authentication, and the system's proxy
-// resolver, so the user's proxy settings still hold. Owns the server, the session and every transfer and
-// tunnel; destroying the proxy closes them. The delegate is not owned and must outlive it. Main thread.
+// Made, listened on and destroyed on one thread, whose thread-default main context must run for the web
+// app's files to be answered. Destroying the proxy stops its thread and closes every connection; lookups
+// still on their way are dropped.
 #pragma once
 
 #include "core/cache/ZELURLProtocolDelegate.h"
-#include "platform/net/GObjectPtr.h"
-#include "platform/net/ZELBodyPump.h"
-#include "platform/net/ZELLoopbackPeer.h"
-#include "platform/net/ZELProxyTransfer.h"
-#include "platform/net/ZELProxyTunnel.h"
+#include "platform/net/ZELProxyServer.h"
 
-#include <libsoup/soup.h>
+#include <glib.h>
 
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
-#include <unordered_map>
+#include <thread>
 
 namespace zel::platform {
 
 class ZELWebProxy {
   public:
-    // Whether a request's address is marked for the hash-map protocol.
-    using Marker = std::function<bool(const std::string& url)>;
+    using Marker = ZELProxyServer::Marker;
 
     ZELWebProxy(ZELURLProtocolDelegate& delegate, Marker marks);
     ~ZELWebProxy();
     ZELWebProxy(const ZELWebProxy&) = delete;
     ZELWebProxy& operator=(const ZELWebProxy&) = delete;
 
-    // Starts listening; false (and logged) when no loopback port could be had.
+    // Starts the proxy's thread and waits until it listens; false (and logged) when no loopback port could be
+    // had. Once only.
     bool listen();
     std::uint16_t port() const { return port_; }
     // "http://127.0.0.1:<port>", for the web view's proxy settings.
@@ -50,36 +43,35 @@ class ZELWebProxy {
     const std::string& user() const { return user_; }
     const std::string& secret() const { return secret_; }
 
-    // Transfers, tunnels and file answers still running.
-    std::size_t runningCount() const { return running_.size(); }
-
   private:
-    static void handle(SoupServer*, SoupServerMessage* msg, const char*, GHashTable*, gpointer self);
-    void dispatch(SoupServerMessage* msg);
-    bool isOwnAddress(GUri* uri) const;
+    struct ContextUnref {
+        void operator()(GMainContext* context) const { g_main_context_unref(context); }
+    };
+    struct LoopUnref {
+        void operator()(GMainLoop* loop) const { g_main_loop_unref(loop); }
+    };
 
-    // Keeps a job until it ends; a job may end while it starts.
-    template <class Job>
-    void run(std::unique_ptr<Job> job) {
-        Job* started = job.get();
-        running_.emplace(started, std::shared_ptr<void>(std::move(job)));
-        started->start();
-    }
-    void ended(const void* job) { running_.erase(job); }
-    void startNetwork(SoupServerMessage* msg, const std::string& url);
-    void startFile(SoupServerMessage* msg, GInputStream* body, gint64 length);
+    // The proxy's thread: serves until the loop quits; `listened` gets the port, or 0.
+    void serve(std::function<void(std::uint16_t)> listened);
+    // The proxy's thread: has the delegate asked on the owner's thread, the answer sent back.
+    void lookUp(std::uint64_t id, const std::string& url);
+    // Runs `job` once in `context`, on whichever thread iterates it; dropped if the context goes first.
+    static void post(GMainContext* context, std::function<void()> job);
 
     ZELURLProtocolDelegate& delegate_;
     Marker marks_;
-    std::string user_ = "ostrelle";
-    std::string secret_;
+    const std::string user_ = "ostrelle";
+    const std::string secret_;
     std::uint16_t port_ = 0;
-    ZELLoopbackPeer peers_;
-    GObjectPtr<SoupServer> server_;
-    GObjectPtr<SoupAuthDomain> authDomain_;
-    GObjectPtr<SoupSession> session_;
-    // Each running job, keyed by its address, with what stops it.
-    std::unordered_map<const void*, std::shared_ptr<void>> running_;
+    std::unique_ptr<GMainContext, ContextUnref> owner_;
+    std::unique_ptr<GMainContext, ContextUnref> context_;
+    std::unique_ptr<GMainLoop, LoopUnref> loop_;
+    // This proxy while it lives; read and cleared on the owner's thread only, so a lookup that arrives after
+    // the proxy went finds nothing to ask.
+    std::shared_ptr<ZELWebProxy*> self_;
+    // The proxy's thread only.
+    std::unique_ptr<ZELProxyServer> server_;
+    std::thread thread_;
 };
 
 }  // namespace zel::platform

@@ -130,8 +130,11 @@ MainViewController::~MainViewController() {
 }
 
 void MainViewController::registerURLProtocol() {
+    // The marker runs on the proxy's thread: the delegate's answer depends on the address alone.
     webProxy_ = std::make_unique<platform::ZELWebProxy>(
-        *webViewDelegate_, [this](const std::string& url) { return webViewDelegate_->willSendRequest(url); });
+        *webViewDelegate_, [delegate = webViewDelegate_.get()](const std::string& url) {
+            return delegate->willSendRequest(url);
+        });
     // Without the proxy the web view still works as a browser, only without the local copy of the web app.
     if (!webProxy_->listen()) return;
     zelLog("web proxy listening on %@", webProxy_->uri());

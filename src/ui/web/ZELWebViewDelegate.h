@@ -56,7 +56,8 @@ class ZELWebViewDelegate : public ZELURLProtocolDelegate {
     // The proxy on 127.0.0.1:port and the credentials it asks for.
     void setProxyCredentials(int port, std::string user, std::string secret);
 
-    // Whether the request goes to the hash-map URL protocol: the web app's own files.
+    // Whether the request goes to the hash-map URL protocol: the web app's own files. A function of the
+    // address alone, safe on any thread (the web proxy asks on its own).
     bool willSendRequest(const std::string& url) const;
 
     // ZELURLProtocolDelegate
