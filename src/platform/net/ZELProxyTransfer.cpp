@@ -3,6 +3,7 @@
 #include "core/log/ZELLog.h"
 #include "platform/net/UriText.h"
 
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -41,6 +42,7 @@ void endBodilessAtHeader(SoupMessage* message) {
 }
 
 void answerBadGateway(SoupServerMessage* msg, const char* why) {
+    soup_message_headers_clear(soup_server_message_get_response_headers(msg));
     soup_server_message_set_status(msg, SOUP_STATUS_BAD_GATEWAY, nullptr);
     soup_server_message_set_response(msg, "text/plain", SOUP_MEMORY_COPY, why,
                                      std::char_traits<char>::length(why));
@@ -186,25 +188,85 @@ void ZELProxyTransfer::responded(GObject* source, GAsyncResult* result) {
     }
     if (bodiless) {
         // Nothing to pump: the answer goes out first, and the upstream side is finished after it (finished).
-        bodiless_ = std::move(owned);
+        answered_ = std::move(owned);
         soup_message_body_complete(soup_server_message_get_response_body(msg_.get()));
         soup_server_message_unpause(msg_.get());
+        return;
+    }
+    const goffset length = soup_message_headers_get_content_length(received);
+    if (soup_message_headers_get_encoding(received) == SOUP_ENCODING_CONTENT_LENGTH &&
+        length <= static_cast<goffset>(ZELBodyPump::kPieceSize)) {
+        readWhole(std::move(owned), static_cast<gsize>(length));
         return;
     }
     pump_ = std::make_unique<ZELBodyPump>(msg_.get(), body, -1, [this](bool) { end(); });
     pump_->start();
 }
 
+void ZELProxyTransfer::readWhole(GObjectPtr<GInputStream> body, gsize length) {
+    whole_.resize(length);
+    reading_ = std::move(body);
+    // Usually the body came with the header and waits in the connection's buffer: taken without a round of
+    // the loop.
+    if (G_IS_POLLABLE_INPUT_STREAM(reading_.get()) &&
+        g_pollable_input_stream_can_poll(G_POLLABLE_INPUT_STREAM(reading_.get()))) {
+        while (wholeLength_ < length) {
+            const gssize read = g_pollable_input_stream_read_nonblocking(
+                G_POLLABLE_INPUT_STREAM(reading_.get()), whole_.data() + wholeLength_, length - wholeLength_,
+                nullptr, nullptr);
+            if (read <= 0) break;  // not there yet, or a failure the read below reports
+            wholeLength_ += static_cast<gsize>(read);
+        }
+    }
+    if (wholeLength_ == length) {
+        answerWhole();
+        return;
+    }
+    link_ = AsyncLink<ZELProxyTransfer>::start(this, &ZELProxyTransfer::wholeRead);
+    g_input_stream_read_all_async(reading_.get(), whole_.data() + wholeLength_, length - wholeLength_,
+                                  G_PRIORITY_DEFAULT, cancellable_.get(),
+                                  AsyncLink<ZELProxyTransfer>::callback, link_);
+    watchClient();
+}
+
+void ZELProxyTransfer::wholeRead(GObject* source, GAsyncResult* result) {
+    link_ = nullptr;
+    stopWatchingClient();
+    gsize read = 0;
+    GError* error = nullptr;
+    const bool whole = g_input_stream_read_all_finish(G_INPUT_STREAM(source), result, &read, &error) &&
+                       wholeLength_ + read == whole_.size();
+    if (!whole) {
+        const char* why = error != nullptr ? error->message : "the body ended early";
+        zelLog("load failed %@: %@", uriText(soup_message_get_uri(upstream_.get())), why);
+        // Nothing went out yet: the client learns it as it would of a failure before the header.
+        answerBadGateway(msg_.get(), why);
+        g_clear_error(&error);
+        end();
+        return;
+    }
+    wholeLength_ += read;
+    answerWhole();
+}
+
+void ZELProxyTransfer::answerWhole() {
+    answered_ = std::move(reading_);
+    SoupMessageBody* body = soup_server_message_get_response_body(msg_.get());
+    soup_message_body_append(body, SOUP_MEMORY_COPY, whole_.data(), whole_.size());
+    soup_message_body_complete(body);
+    soup_server_message_unpause(msg_.get());
+}
+
 void ZELProxyTransfer::onFinished(SoupServerMessage*, gpointer self) {
     auto* transfer = static_cast<ZELProxyTransfer*>(self);
-    if (transfer->bodiless_ == nullptr) {
+    if (transfer->answered_ == nullptr) {
         transfer->clientGone();
         return;
     }
-    // Reading the (empty) body to its end, which takes no waiting, lets the upstream connection go back to
-    // its pool; closing it unread would not.
+    // Reading the body to its end, which is there and takes no waiting, lets the upstream connection go back
+    // to its pool; closing it unread would not.
     char none;
-    g_input_stream_read(transfer->bodiless_.get(), &none, 1, nullptr, nullptr);
+    g_input_stream_read(transfer->answered_.get(), &none, 1, nullptr, nullptr);
     transfer->end();
 }
 
