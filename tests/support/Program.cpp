@@ -176,16 +176,19 @@ Loopback::Loopback(Handler handler)
         [](SoupServer*, SoupServerMessage* msg, const char* path, GHashTable*, gpointer self) {
             auto* loopback = static_cast<Loopback*>(self);
             const char* query = g_uri_get_query(soup_server_message_get_uri(msg));
-            const char* cookie =
-                soup_message_headers_get_one(soup_server_message_get_request_headers(msg), "Cookie");
-            loopback->requests_.push_back(
-                {path + (query ? "?" + std::string(query) : ""), cookie ? cookie : "", Clock::now()});
+            SoupMessageHeaders* in = soup_server_message_get_request_headers(msg);
+            const char* cookie = soup_message_headers_get_one(in, "Cookie");
+            const char* cacheControl = soup_message_headers_get_one(in, "Cache-Control");
+            loopback->requests_.push_back({path + (query ? "?" + std::string(query) : ""),
+                                           cookie ? cookie : "", cacheControl ? cacheControl : "",
+                                           Clock::now(), loopback->answered_});
             if (loopback->handler_) return loopback->handler_(msg, path);
             soup_message_headers_append(soup_server_message_get_response_headers(msg),
                                         "Access-Control-Allow-Origin", "*");
             soup_server_message_set_status(msg, 204, nullptr);
         },
         this, nullptr);
+    g_signal_connect_swapped(server_, "request-finished", G_CALLBACK(+[](int* n) { ++*n; }), &answered_);
     GError* error = nullptr;
     if (!soup_server_listen_local(server_, 0, SOUP_SERVER_LISTEN_IPV4_ONLY, &error))
         throw std::runtime_error("cannot listen on loopback: " + consume(error));
@@ -197,6 +200,14 @@ Loopback::Loopback(Handler handler)
 Loopback::~Loopback() {
     soup_server_disconnect(server_);
     g_object_unref(server_);
+}
+
+void Loopback::writeRaw(SoupServerMessage* msg, const std::string& raw) {
+    GIOStream* stream = soup_server_message_steal_connection(msg);
+    g_output_stream_write_all(g_io_stream_get_output_stream(stream), raw.data(), raw.size(), nullptr, nullptr,
+                              nullptr);
+    g_io_stream_close(stream, nullptr, nullptr);
+    g_object_unref(stream);
 }
 
 Loopback::Request Loopback::expectRequest(const std::string& prefix, std::size_t from,
@@ -239,7 +250,13 @@ Reply httpRequest(const std::string& method, const std::string& url, const std::
         },
         &pending);
     waitFor([&] { return pending.done; }, std::chrono::hours(1));  // the session's own timeout ends it
-    Reply reply{soup_message_get_status(msg), take(pending.answer)};
+    Reply reply{soup_message_get_status(msg), take(pending.answer), {}};
+    soup_message_headers_foreach(
+        soup_message_get_response_headers(msg),
+        [](const char* name, const char* value, gpointer headers) {
+            (*static_cast<std::map<std::string, std::string>*>(headers))[name] = value;
+        },
+        &reply.headers);
     g_object_unref(msg);
     g_object_unref(session);
     g_object_unref(resolver);

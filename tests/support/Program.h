@@ -53,6 +53,7 @@ class Program {
     Program& operator=(const Program&) = delete;
 
     pid_t pid() const { return pid_; }
+    bool ended() const { return ended_; }
     const std::vector<std::string>& lines() const { return lines_; }
     // The index of the first line at or after `from` that matches; throws (naming `what`) when none comes.
     std::size_t expectLine(const std::function<bool(const std::string&)>& matches, const std::string& what,
@@ -87,25 +88,29 @@ class Loopback {
     std::string host() const { return "127.0.0.1:" + std::to_string(port_); }
     struct Request {
         std::string path;  // with the query
-        std::string cookie;
+        std::string cookie, cacheControl;
         Clock::time_point at;
+        int answeredBefore;  // how many answers had been written whole when this request came
     };
     const std::vector<Request>& requests() const { return requests_; }
     // The first request at index >= from whose path starts with prefix; throws when none comes in time.
     Request expectRequest(const std::string& prefix, std::size_t from = 0,
                           Clock::duration timeout = kPatience);
     SoupServer* server() const { return server_; }
+    // Answers with these raw bytes in place of the server, then closes the connection.
+    static void writeRaw(SoupServerMessage* msg, const std::string& raw);
 
   private:
     SoupServer* server_;
     Handler handler_;
-    int port_ = 0;
+    int port_ = 0, answered_ = 0;
     std::vector<Request> requests_;
 };
 
 struct Reply {
     unsigned status = 0;  // 0 when no answer came
     std::string body;
+    std::map<std::string, std::string> headers;
 };
 // One request with a fresh session (through `proxy` when given), the default main context turning meanwhile.
 // Gives up after a minute without an answer.
