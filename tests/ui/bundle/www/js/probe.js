@@ -142,12 +142,12 @@
     });
   };
 
-  const fetched = async (target, init) => {
+  const fetched = async (target, init = {cache: 'no-store'}) => {
     try {
-      const r = await fetch(target, init);
-      const body = await r.text();
-      return {target, status: r.status, cache: r.headers.get('X-HY-HASHMAP-CACHE'), headerNames: Array.from(r.headers.keys()),
-              body: body.slice(0, 200), json: r.headers.get('content-type') === 'application/json' ? JSON.parse(body) : null};
+      const r = await fetch(target, init), body = await r.text(), header = (name) => r.headers.get(name);
+      return {target, status: r.status, cache: header('X-HY-HASHMAP-CACHE'), headerNames: Array.from(r.headers.keys()),
+              server: header('server'), cacheControl: header('cache-control'), body: body.slice(0, 200),
+              json: header('content-type') === 'application/json' ? JSON.parse(body) : null};
     } catch (e) {
       return {target, error: String(e)};
     }
@@ -184,7 +184,7 @@
     });
     report('origin', out);
     const results = [];
-    for (const target of params.getAll('target')) results.push(await fetched(target, {cache: 'no-store'}));
+    for (const target of params.getAll('target')) results.push(await fetched(target));
     report('scheme', results);
     // Four quadrants: a link, a link to a new window, window.open, and a button that says whether the page is
     // still there and then, later than the click's gesture reaches, sends the view outside by script.
@@ -252,5 +252,31 @@
     call('early', 'cordovaUserLogin', 'setLoginNeedVerifyCode', JSON.stringify(['true']));
     call('show', 'cordovaUserLogin', 'showLoginWindow', JSON.stringify([{ignored: true}]));
     report('login-shown', {answers: take()});
+  } else if (testCase === 'refresh' || testCase === 'miss') {
+    const BUILD = 'bundle';  // 'published' in the copy the web cache serves
+    let published = '';
+    window.zelNativeCallback = function (id, status, result) {
+      report('answer', {id, status, argc: arguments.length, result: result ?? null});
+      if (id === 'refresh' && published) {  // as the web app records the version a refresh has brought
+        put(published);
+        get('recorded');
+      }
+    };
+    (async () => {
+      report('cached', {build: BUILD, script: await fetched('js/probe.js'), page: await fetched('index.html')});
+      if (testCase === 'miss') {
+        report('miss', {missing: await fetched('missing.js'), extra: await fetched('extra.txt')});
+        // Then a script from a server that never answers; a click takes the page elsewhere while it waits.
+        const src = `http://${params.get('stall')}/player/mac/www/stall.js`;
+        document.head.append(Object.assign(document.createElement('script'), {src}));
+        document.addEventListener('mousedown', () => { location.href = 'index.html?case=after'; });
+        report('waiting', {});
+      } else {
+        const version = await fetched(`version.txt?${Date.now()}`);
+        published = version.body.trim();
+        report('published', version);
+        call('refresh', 'cordovaAppUpdate', 'refreshWebCache', '[]');
+      }
+    })();
   }
 })();
