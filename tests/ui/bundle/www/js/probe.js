@@ -31,6 +31,15 @@
   const put = (version) => call('put', 'cordovaAppUpdate', 'putLocalVersion', JSON.stringify([JSON.stringify({cacheVersion: version})]));
   const get = (id) => call(id, 'cordovaAppUpdate', 'getLocalVersion', '[]');
   const mark = (name) => call('m', 'cordovaMenu', name, '[]');  // an unknown method: a log line that marks a place
+  const addFrame = (query) => document.body.appendChild(Object.assign(document.createElement('iframe'), {src: `frame.html?${query}`}));
+
+  if (window !== window.top) {  // a frame: tells the top page what it sees, then holds a frame of its own
+    const name = params.get('name'), depth = Number(params.get('depth'));
+    if (early.type === 'object') get(`frame-${name}-${depth}`);
+    window.top.postMessage({name, depth, ownKeys: early.ownKeys, answers: take().map((a) => [a.id, a.status, a.insideExec])}, '*');
+    if (depth < 2) document.addEventListener('DOMContentLoaded', () => addFrame(`depth=${depth + 1}&name=${name}`));
+    return;
+  }
 
   get('ready');
   report('ready', {page, case: testCase, href: location.href, loadId, early, answered: take().some((a) => a.id === 'ready' && a.status === 0)});
@@ -136,9 +145,8 @@
       sessionStorage.setItem('navigated', '1');
       location.href = 'second.html?case=back';
     });
-    const add = (query) => document.body.appendChild(Object.assign(document.createElement('iframe'), {src: `frame.html?${query}`}));
     document.addEventListener('DOMContentLoaded', () => {
-      add('depth=1&name=static').addEventListener('load', () => add('depth=1&name=dynamic'), {once: true});
+      addFrame('depth=1&name=static').addEventListener('load', () => addFrame('depth=1&name=dynamic'), {once: true});
     });
   };
 
