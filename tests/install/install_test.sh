@@ -1,7 +1,5 @@
 #!/usr/bin/env bash
-# Installs the build into a staging folder and checks what a desktop gets: the files in their places, the
-# validators' word on the desktop entry and metainfo, and the installed program under the test display, started
-# by D-Bus activation (window class, icon, media controls, quit action) and by name (a page's notification).
+# Checks a staging install of BUILD_DIR as a desktop sees it: files, validators, D-Bus activation, a notification.
 # Usage (under tests/support/with-display.sh): install_test.sh BUILD_DIR
 set -euo pipefail
 build=$(cd "$1" && pwd)

@@ -1,10 +1,5 @@
-// Helpers for tests and benchmarks that run the real program: a process (GSubprocess) whose output is read
-// line by line as it comes, waits that turn the default main context meanwhile, and libsoup on loopback for
-// HTTP.
-//
-// Everything runs on the test's main thread: a wait turns the default GMainContext, so output, exits and the
-// loopback server all advance during waits and only then. A wait that runs out throws std::runtime_error with
-// what the program said last; the limits are generous and measure nothing.
+// Processes, HTTP on loopback and waits for tests and benchmarks. All on the main thread: output, exits and
+// servers advance only while a wait turns the default main context; an expect* that runs out throws.
 #pragma once
 
 #include <libsoup/soup.h>
@@ -22,8 +17,7 @@ namespace zel::test {
 using Clock = std::chrono::steady_clock;
 inline constexpr Clock::duration kPatience = std::chrono::seconds(40);
 
-// Turns the default main context until done() holds (checked at least every 50 ms, for state no event
-// announces); false when the time runs out first.
+// Turns the default main context until done() holds (checked at least every 50 ms); false on time-out.
 bool waitFor(const std::function<bool()>& done, Clock::duration timeout = kPatience);
 
 // Runs a short command to its end and returns its stdout; throws when it fails and mustSucceed.
@@ -41,8 +35,7 @@ struct TempDir {
     std::string path;
 };
 
-// A program in a process group of its own (so that stopping it stops the web processes it started), stdin
-// from /dev/null, stdout and stderr merged into lines in arrival order.
+// A program in a process group of its own (stopping it stops its web processes), stdout+stderr as lines.
 class Program {
   public:
     // env: a value sets the variable, nullopt removes it. Throws when the program cannot start.
@@ -75,8 +68,7 @@ class Program {
     std::vector<std::string> lines_;
 };
 
-// A libsoup server on a free port of 127.0.0.1, on the default main context. Records every request; answers
-// through `handler`, or by default 204 with an open CORS header (so pages of any origin can reach it).
+// A SoupServer on 127.0.0.1 that records every request; answers through `handler`, or 204 open to any origin.
 class Loopback {
   public:
     using Handler = std::function<void(SoupServerMessage*, const std::string& path)>;
@@ -112,8 +104,7 @@ struct Reply {
     std::string body;
     std::map<std::string, std::string> headers;
 };
-// One request with a fresh session (through `proxy` when given), the default main context turning meanwhile.
-// Gives up after a minute without an answer.
+// One request with a fresh session (through `proxy` when given); gives up after a minute.
 Reply httpRequest(const std::string& method, const std::string& url, const std::string& body = {},
                   const std::string& proxy = {});
 

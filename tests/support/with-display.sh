@@ -1,11 +1,6 @@
 #!/usr/bin/env bash
-# Runs a command on a private X display (Xvfb) with a private D-Bus session bus, so that tests running side by
-# side never share a display, a bus name or an application instance.
-# Usage: tests/support/with-display.sh COMMAND [ARGS...]
-#
-# The display number is chosen by the X server itself (-displayfd), which, unlike probing for a free number,
-# cannot race with another run starting at the same moment. The bus activates no services: desktop portals and
-# the accessibility bus are not wanted under test and would only slow start-up down or print noise.
+# Usage: with-display.sh COMMAND [ARGS...]: runs it on a private Xvfb display and D-Bus session bus.
+# Xvfb picks the display number itself (-displayfd: no race); the bus activates no services (no portals).
 set -euo pipefail
 
 if [ $# -eq 0 ]; then

@@ -1,5 +1,4 @@
-// The zelPlugin bridge in the real web view: where it exists and what the page sees of it, when answers
-// arrive, what reaches the native side from hostile or broken calls, and a web process that dies under it.
+// The zelPlugin bridge in the real web view: its shape, answers, hostile calls and a crashing web process.
 #include "App.h"
 
 #include <signal.h>
@@ -17,8 +16,7 @@ const std::string kEmptyVersion = R"({"bundleVersion":"0.1.0","cacheVersion":""}
 
 class Bridge : public App {
   protected:
-    // Native log texts between the page's marks "mark_<from>" and "mark_<to>", without the header's
-    // "setUserName ..." lines that each user info call also causes.
+    // Native log texts between the page's marks, without the header's "setUserName" lines.
     std::vector<std::string> logBetween(const std::string& from, const std::string& to) {
         const std::size_t start = expectLog(unknownMethod("mark_" + from));
         std::vector<std::string> lines =

@@ -1,6 +1,4 @@
-// The main window's own chrome on a real display: the traffic lights' images by main status and hover, the
-// search field's calls into the web app, history and the signed-in user, and the window's moves and states
-// under a real window manager.
+// The main window's chrome: lights, search field, history, user area, and its moves under a window manager.
 #include "App.h"
 
 #include <array>
@@ -155,8 +153,7 @@ TEST_F(Chrome, UnderAWindowManagerTheHeaderMovesMinimisesZoomsAndGoesFullScreen)
     click(zoomed.x + 54, zoomed.y + 10);
     EXPECT_TRUE(waitFor([&] { return !has("_NET_WM_STATE_MAXIMIZED"); })) << state();
 
-    // Full screen: the full-screen button at the header's right; the traffic lights go and come back. The
-    // window is laid out anew after each change of size: a click waits until the button's light strokes show.
+    // Full screen and back; a click waits for the relaid-out button to show.
     const auto fullScreenClick = [&](const Rect& w) {
         EXPECT_TRUE(waitFor([&] {
             return shot({0, w.x + w.width - 16, w.y + 5, 14, 14}).count([](std::uint32_t p) {

@@ -1,8 +1,4 @@
-// The song and playlist menus and the media keys in the real program (menu-bundle's page). A right click
-// opens a native menu at the click point; a choice calls the page's function with the record's JSON text
-// before the page's request returns, dismissing calls nothing. The media keys reach the page once per press
-// while another application has the focus, unless the user default turns the key tap off; the desktop's media
-// controls (MPRIS) reach the same functions.
+// The song and playlist menus, the media keys and the desktop's media controls on menu-bundle's page.
 #include "App.h"
 
 #include <gmock/gmock.h>
@@ -98,8 +94,7 @@ TEST_F(Menus, MenusAndMediaKeysCallThePage) {
         keys("Escape");
         EXPECT_EQ(closed(from), json::array());
     }
-    // The focus starts on the first item. Each row's menu: the keys, the calls made before the request
-    // returned.
+    // Each row's menu (focus on the first item): the keys, the calls made before the request returned.
     const std::vector<std::tuple<int, std::string, Strings>> choices{
         {1, "Return", {"deloveSong(" + kFav + ")"}},
         {0, "Down Return", {"loveSong(" + kNormal + ")"}},
@@ -165,8 +160,8 @@ TEST_F(Menus, MenusAndMediaKeysCallThePage) {
     const Strings skipped = calls(from);
     EXPECT_GE(std::count(skipped.begin(), skipped.end(), "forward()"), 2);
 
-    // The desktop's media controls reach the same functions: Play and Pause toggle too (the page has only the
-    // toggle), Stop does nothing.
+    // The desktop's media controls: Play and Pause toggle too (the page has only the toggle), Stop does
+    // nothing.
     from = app().lines().size();
     for (const char* method : {"PlayPause", "Play", "Pause", "Next", "Previous", "Stop"})
         busCall(kMpris, "/org/mpris/MediaPlayer2", std::string("org.mpris.MediaPlayer2.Player.") + method);
@@ -175,8 +170,7 @@ TEST_F(Menus, MenusAndMediaKeysCallThePage) {
     EXPECT_TRUE(waitFor([&] { return calls(from).size() >= media.size(); }));
     EXPECT_EQ(calls(from), media);
 
-    // The user default turns the tap off: the key is the focused application's, and works in Ostrelle's own
-    // window.
+    // The user default turns the tap off: keys go to the focused application, ours included.
     fs::create_directories(home_.path + "/config/Ostrelle");
     std::ofstream(home_.path + "/config/Ostrelle/defaults.conf") << "[Defaults]\nSPIgnoreMediaKeys=YES\n";
     start();

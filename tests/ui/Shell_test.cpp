@@ -1,5 +1,4 @@
-// The application around the web view, driven as a user and the desktop drive it: start-up, the exported
-// actions, a second launch.
+// The application around the web view: start-up, the exported actions, a second launch.
 #include "App.h"
 
 #include <gmock/gmock.h>

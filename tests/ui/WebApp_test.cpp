@@ -1,6 +1,4 @@
-// The web app at its service's own address (a loopback server here): its origin, cookies and API calls, the
-// files it is served from and those it may not reach, the addresses it may not leave for, and the proxy that
-// only the program itself may use.
+// The web app at its service's address (a loopback server): origin, cookies, files, links out, the proxy.
 #include "App.h"
 
 #include <gmock/gmock.h>
@@ -73,8 +71,7 @@ class WebApp : public App {
 };
 
 TEST_F(WebApp, LivesAtItsServicesAddressAndStaysInItsFolderAndPage) {
-    // The bundle's files, files it lacks, and addresses that name a place outside its folder, in any
-    // spelling.
+    // The bundle's files, files it lacks, and places outside its folder in any spelling.
     std::vector<std::string> served{"js/probe.js", "/player/mac/www/frame.html", "alias.html"};
     std::vector<std::string> missing{"missing.js", "js/missing.js"};
     std::vector<std::string> contained;

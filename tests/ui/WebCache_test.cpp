@@ -1,7 +1,4 @@
-// The web cache seen from the page: the web app comes from the bundle, a refresh from the loopback dev server
-// fills the cache, and once the page has recorded the new version the next start serves the cached copy;
-// misses are answered by the server itself, and leaving the page cancels a transfer still waiting. The web
-// app is published with ostrelle-publish and served by ostrelle-devserver, the web team's own tools.
+// The web cache seen from the page, against the web team's own ostrelle-publish and ostrelle-devserver.
 #include "App.h"
 
 #include <sys/socket.h>
@@ -69,8 +66,8 @@ TEST_F(WebCache, ServesTheBundleThenTheRefreshedCacheAndCancelsWhatAPageLeaves) 
     EXPECT_EQ(reports("answer", at + 1).size(), 1u) << "the refresh answered more than once";
     EXPECT_TRUE(waitFor([&] { return readFile(workDir() / "cache_version") == kPublished; }));
 
-    // The next start serves the published copy from the cache; a miss is the server's own answer.
-    // A server that never answers; the client hanging up shows as the end of its connection.
+    // The next start serves the published copy from the cache; a miss is the server's own answer, and a
+    // server that never answers sees the page leaving as the end of its connection.
     int stalled = -1;
     Loopback silent([&](SoupServerMessage* msg, const std::string&) {
         soup_server_message_pause(msg);

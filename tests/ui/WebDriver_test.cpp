@@ -1,5 +1,4 @@
-// The program under a WebDriver session (Debian's WebKitWebDriver), as web app developers automate it:
-// scripts run in the real page with the real bridge, navigation keeps the bridge, screenshots show the page.
+// The program under a WebDriver session (Debian's WebKitWebDriver): scripts, navigation, screenshots.
 #include "App.h"
 
 #include <arpa/inet.h>
@@ -29,8 +28,7 @@ TEST_F(WebDriver, RunsScriptsNavigatesAndTakesScreenshotsInTheRealProgram) {
     const auto execute = [&](const std::string& script, const json& args = json::array()) {
         return command("POST", "/execute/sync", {{"script", script}, {"args", args}});
     };
-    // A session sets the network's proxy from its own capabilities, so the web app's own road (bundle, cache)
-    // is not in use: the driver loads the test web app from its files.
+    // A session sets its own proxy, past the web app's road: the driver loads the test page from its files.
     const std::string startPage = "file://" + (bundle_ / "www/index.html").string() + "?case=idle";
     const json options = {
         {"binary", OSTRELLE_PROGRAM},

@@ -1,5 +1,5 @@
-// Kills a refreshing runner at random moments; a new start must serve complete files (each hashed name holds
-// its digest) from the cache, or everything from the bundle.
+// Kills a refreshing runner at random moments; a new start must serve whole files from the cache or the
+// bundle.
 #include "core/cache/ZELCacheController.h"
 #include "core/fs/Files.h"
 #include "core/support/TestSupport.h"

@@ -74,8 +74,7 @@ TEST_F(DownloadersTest, ADestroyedFactoryNeverCallsBack) {
     EXPECT_TRUE(bodies.empty());
 }
 
-// The web view's network stack drops a connection after an answer it takes as ending at close; through the
-// proxy, answers with and without a body must all leave it open, each with a single Date field.
+// The web view drops a connection after an answer that ends at close: every kind must keep it, with one Date.
 TEST(WebProxyTest, EveryKindOfAnswerKeepsTheClientsConnection) {
     test::Loopback origin{[](SoupServerMessage* message, const std::string& path) {
         if (path == "/204-length")  // as most servers send it (a SoupServer never would)

@@ -1,5 +1,4 @@
-// The test web app. It reports what it observes as console lines "PROBE <tag> <JSON>" (the program runs with
-// --console-log), kept to printable ASCII so that each report is one line. The query's "case" picks what it does.
+// The test web app: reports "PROBE <tag> <JSON>" console lines in printable ASCII; the query's "case" picks.
 (function () {
   'use strict';
   const ascii = (s) => s.replace(/[^\x20-\x7e]/g, (c) => '\\u' + c.charCodeAt(0).toString(16).padStart(4, '0'));
@@ -105,8 +104,7 @@
     window.zelNativeCallback = collect;
     report('reentrant', events);
   }, function hostile() {
-    // Each string as a version (stored, read back), as a call id and as a user's name. Strings that cannot
-    // cross in UTF-8 (lone surrogates) are compared as UTF-8 carries them.
+    // Each string as a version, a call id and a user's name, compared as UTF-8 carries them.
     const strings = ['"double" quotes', "'single'", 'back\\slash \\n \\u0041 \\', 'line\nfeed', 'carriage\rreturn',
                      'tab\there', 'separators\u2028line\u2029paragraph', '</script><script>throw 1</script>',
                      '${x} `tick` ${`nested`}', '<!-- comment -->', 'nul\u0000byte', 'lone\ud800high', 'lone\udc00low',
@@ -194,8 +192,7 @@
     const results = [];
     for (const target of params.getAll('target')) results.push(await fetched(target));
     report('scheme', results);
-    // Four quadrants: a link, a link to a new window, window.open, and a button that says whether the page is
-    // still there and then, later than the click's gesture reaches, sends the view outside by script.
+    // Four quadrants: links, window.open, and a button that later (past the gesture) sends the view outside.
     const quadrant = (tag, text, style, onclick) => {
       const e = Object.assign(document.createElement(tag), {textContent: text, onclick});
       e.style = `position:fixed;width:50%;height:50%;border:1px solid;font:24px sans-serif;${style}`;
@@ -234,8 +231,7 @@
     history.pushState(null, '', '#two');
     call('user', 'cordovaUserInfo', 'setUserInfo', JSON.stringify([{nickname: 'alice', avatarSrc: params.get('avatar')}]));
   } else if (testCase === 'login') {
-    // The first login fails, the second asks for a code (picture at the query's "code"), the third succeeds.
-    // "l" opens the window again; the page's selection is reported when the native Copy reaches it.
+    // Logins fail, ask for a code, then succeed; "l" opens the window again; Copy reports the selection.
     let attempts = 0;
     window.login = (...args) => {
       report('login', {args});
