@@ -15,6 +15,27 @@ std::string consume(GError* error) {
     return message;
 }
 
+std::vector<char*> cArgs(const std::vector<std::string>& argv) {
+    std::vector<char*> args;
+    for (const std::string& a : argv) args.push_back(const_cast<char*>(a.c_str()));
+    args.push_back(nullptr);
+    return args;
+}
+
+// The index of the first item at or after `from` that matches, once there is one or stop() holds.
+template <class T, class Matches>
+std::optional<std::size_t> waitForItem(const std::vector<T>& items, std::size_t from, const Matches& matches,
+                                       const std::function<bool()>& stop, Clock::duration timeout) {
+    std::optional<std::size_t> found;
+    waitFor(
+        [&] {
+            for (; from < items.size() && !found; ++from) found = matches(items[from]) ? from : found;
+            return found || stop();
+        },
+        timeout);
+    return found;
+}
+
 }  // namespace
 
 std::string take(GBytes* bytes) {
@@ -24,17 +45,6 @@ std::string take(GBytes* bytes) {
     if (bytes) g_bytes_unref(bytes);
     return text;
 }
-
-namespace {
-
-std::vector<char*> cArgs(const std::vector<std::string>& argv) {
-    std::vector<char*> args;
-    for (const std::string& a : argv) args.push_back(const_cast<char*>(a.c_str()));
-    args.push_back(nullptr);
-    return args;
-}
-
-}  // namespace
 
 bool waitFor(const std::function<bool()>& done, Clock::duration timeout) {
     const auto deadline = Clock::now() + timeout;
@@ -75,13 +85,9 @@ Program::Program(const std::vector<std::string>& argv,
                  const std::map<std::string, std::optional<std::string>>& env) {
     GSubprocessLauncher* launcher = g_subprocess_launcher_new(
         GSubprocessFlags(G_SUBPROCESS_FLAGS_STDOUT_PIPE | G_SUBPROCESS_FLAGS_STDERR_MERGE));
-    for (const auto& [name, value] : env) {
-        if (value) {
-            g_subprocess_launcher_setenv(launcher, name.c_str(), value->c_str(), TRUE);
-        } else {
-            g_subprocess_launcher_unsetenv(launcher, name.c_str());
-        }
-    }
+    for (const auto& [name, value] : env)
+        value ? g_subprocess_launcher_setenv(launcher, name.c_str(), value->c_str(), TRUE)
+              : g_subprocess_launcher_unsetenv(launcher, name.c_str());
     g_subprocess_launcher_set_child_setup(
         launcher, [](gpointer) { setpgid(0, 0); }, nullptr, nullptr);
     GError* error = nullptr;
@@ -134,15 +140,8 @@ void Program::readNext() {
 
 std::size_t Program::expectLine(const std::function<bool(const std::string&)>& matches,
                                 const std::string& what, std::size_t from, Clock::duration timeout) {
-    std::optional<std::size_t> found;
-    waitFor(
-        [&] {
-            for (; from < lines_.size() && !found; ++from) {
-                if (matches(lines_[from])) found = from;
-            }
-            return found || outputEnded_;
-        },
-        timeout);
+    const auto found = waitForItem(
+        lines_, from, matches, [this] { return outputEnded_; }, timeout);
     if (!found) throw std::runtime_error("no line " + what + "; the output so far:\n" + tail());
     return *found;
 }
@@ -212,17 +211,11 @@ void Loopback::writeRaw(SoupServerMessage* msg, const std::string& raw) {
 
 Loopback::Request Loopback::expectRequest(const std::string& prefix, std::size_t from,
                                           Clock::duration timeout) {
-    std::optional<Request> found;
-    waitFor(
-        [&] {
-            for (; from < requests_.size() && !found; ++from) {
-                if (requests_[from].path.starts_with(prefix)) found = requests_[from];
-            }
-            return found.has_value();
-        },
+    const auto found = waitForItem(
+        requests_, from, [&](const Request& r) { return r.path.starts_with(prefix); }, [] { return false; },
         timeout);
     if (!found) throw std::runtime_error("no request for " + prefix + " reached " + host());
-    return *found;
+    return requests_[*found];
 }
 
 Reply httpRequest(const std::string& method, const std::string& url, const std::string& body,
