@@ -42,7 +42,6 @@
 
   get('ready');
   report('ready', {page, case: testCase, href: location.href, loadId, early, answered: take().some((a) => a.id === 'ready' && a.status === 0)});
-  window.addEventListener('pageshow', (e) => { if (e.persisted) report('pageshow', {page, loadId, shape: shape(window)}); });
   window.feedback = (...args) => report('feedback', {args});
 
   const bridge = [function malformed() {
@@ -140,8 +139,7 @@
     window.addEventListener('message', (event) => {
       if (seen.push(event.data) < 4) return;  // a static frame and a dynamic one, each with a nested frame
       report('frames', {frames: seen, topAnswers: take().map((a) => a.id)});
-      sessionStorage.setItem('navigated', '1');
-      location.href = 'second.html?case=back';
+      location.href = 'second.html?case=second';
     });
     document.addEventListener('DOMContentLoaded', () => {
       addFrame('depth=1&name=static').addEventListener('load', () => addFrame('depth=1&name=dynamic'), {once: true});
@@ -212,15 +210,13 @@
     report('layout', {width: innerWidth, height: innerHeight});
   };
 
-  if (testCase === 'bridge' && !sessionStorage.getItem('navigated')) {
+  if (testCase === 'bridge') {
     frames();
     for (const step of bridge) {
       mark(`mark_${step.name}`);
       step();
     }
     mark('markDone');
-  } else if (testCase === 'back') {
-    setTimeout(() => history.back(), 0);
   } else if (testCase === 'origin') {
     window.addEventListener('load', origin);
   } else if (testCase === 'search') {
