@@ -2,38 +2,14 @@
 # Usage: with-display.sh COMMAND [ARGS...]: runs it on a private Xvfb display and D-Bus session bus.
 # Xvfb picks the display number itself (-displayfd: no race); the bus activates no services (no portals).
 set -euo pipefail
-
-if [ $# -eq 0 ]; then
-    echo "usage: $0 COMMAND [ARGS...]" >&2
-    exit 2
-fi
-
 runtime=$(mktemp -d "${TMPDIR:-/tmp}/ostrelle-display.XXXXXX")
-chmod 700 "$runtime"
 xvfb_pid=""
-cleanup() {
-    if [ -n "$xvfb_pid" ]; then
-        kill "$xvfb_pid" 2>/dev/null || true
-        wait "$xvfb_pid" 2>/dev/null || true
-    fi
-    rm -rf "$runtime"
-}
-trap cleanup EXIT
+trap '[ -z "$xvfb_pid" ] || { kill "$xvfb_pid" && wait "$xvfb_pid"; } 2>/dev/null; rm -rf "$runtime"' EXIT
 trap 'exit 143' INT TERM
 
 cat >"$runtime/session.conf" <<'CONF'
-<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
- "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
-<busconfig>
-  <type>session</type>
-  <keep_umask/>
-  <listen>unix:tmpdir=/tmp</listen>
-  <auth>EXTERNAL</auth>
-  <policy context="default">
-    <allow send_destination="*" eavesdrop="true"/>
-    <allow eavesdrop="true"/>
-    <allow own="*"/>
-  </policy>
+<busconfig><type>session</type><keep_umask/><listen>unix:tmpdir=/tmp</listen><auth>EXTERNAL</auth>
+<policy context="default"><allow send_destination="*"/><allow receive_sender="*"/><allow own="*"/></policy>
 </busconfig>
 CONF
 
@@ -48,13 +24,8 @@ if ! read -r -t 30 display <"$runtime/displayfd" || [ -z "$display" ]; then
     exit 1
 fi
 
-export DISPLAY=":$display"
-export GDK_BACKEND=x11
-export WEBKIT_DISABLE_COMPOSITING_MODE=1
-export GTK_IM_MODULE=none
-export GTK_A11Y=none
-export NO_AT_BRIDGE=1
-export XDG_RUNTIME_DIR="$runtime"
+export DISPLAY=":$display" GDK_BACKEND=x11 WEBKIT_DISABLE_COMPOSITING_MODE=1 GTK_IM_MODULE=none GTK_A11Y=none \
+    NO_AT_BRIDGE=1 XDG_RUNTIME_DIR="$runtime"
 unset WAYLAND_DISPLAY DBUS_SESSION_BUS_ADDRESS
 
 # Not exec: this shell stays to stop Xvfb afterwards, and passes a stop request on to the command.

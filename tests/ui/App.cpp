@@ -67,13 +67,8 @@ Program& App::launch(const std::vector<std::string>& args) {
 }
 
 Program& App::launchPage(const std::string& query, const std::vector<std::string>& extra) {
-    std::vector<std::string> args{"--console-log",
-                                  "--bundle",
-                                  bundle_.string(),
-                                  "--static-file-host",
-                                  pageHost_,
-                                  "--start-page",
-                                  webAppURL("index.html", query, pageHost_)};
+    std::vector<std::string> args{"--console-log", "--bundle", bundle_, "--static-file-host", pageHost_};
+    args.insert(args.end(), {"--start-page", webAppURL("index.html", query, pageHost_)});
     args.insert(args.end(), extra.begin(), extra.end());
     return launch(args);
 }

@@ -91,9 +91,6 @@ TEST_F(MprisServiceTest, ANameOwnedByAnotherProcessIsTakenOverWhenFreeThenDeskto
     EXPECT_EQ(call("Get", g_variant_new("(ss)", "org.mpris.MediaPlayer2", "Identity"),
                    "org.freedesktop.DBus.Properties"),
               "(<'Ostrelle'>,)");
-    // Calls that do not match the interface are refused by the bus library, before the delegate.
-    EXPECT_TRUE(call("Seek", g_variant_new("(s)", "far")).starts_with("error"));
-    EXPECT_TRUE(call("Explode").starts_with("error"));
     EXPECT_EQ(calls, (std::vector<std::string>{"PlayPause", "Play", "Pause", "Next", "Previous", "Raise"}));
     EXPECT_EQ(log.lines,
               (std::vector<std::string>{"MPRIS: org.mpris.MediaPlayer2.ostrelle belongs to another "
