@@ -144,14 +144,10 @@ TEST_F(WebApp, LivesAtItsServicesAddressAndStaysInItsFolderAndPage) {
         // Moved onto the quadrant until the page sees it there: before its first frame it may miss a move.
         const long x = left + width * (2 * column + 1) / 4, y = top + height * (2 * row + 1) / 4;
         const std::size_t from = app().lines().size();
-        const std::string hover = R"(PROBE hover {"text":")" + text + "\"}";
-        for (int nudge = 0; !waitFor(
-                 [&] {
-                     return app().lines().size() > from &&
-                            app().lines().back().find(hover) != std::string::npos;
-                 },
-                 std::chrono::milliseconds(300));
-             ++nudge) {
+        const auto hovered = [&] {
+            return !reports("hover", from).empty() && reports("hover", from).back() == text;
+        };
+        for (int nudge = 0; !waitFor(hovered, std::chrono::milliseconds(300)); ++nudge) {
             ASSERT_LT(nudge, 100) << "the page never saw the pointer on " << text;
             xdotool({"mousemove", std::to_string(x + nudge % 2), std::to_string(y)});
         }

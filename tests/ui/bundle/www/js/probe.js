@@ -185,7 +185,7 @@
     const quadrant = (tag, text, style, onclick) => {
       const e = Object.assign(document.createElement(tag), {textContent: text, onclick});
       e.style = `position:fixed;width:50%;height:50%;border:1px solid;font:24px sans-serif;${style}`;
-      e.onmouseenter = () => report('hover', {text});
+      e.onmouseenter = () => report('hover', text);
       return document.body.appendChild(e);
     };
     quadrant('a', 'link', 'left:0;top:0').href = 'http://external.example.test/link?from=probe';
@@ -219,29 +219,24 @@
     call('user', 'cordovaUserInfo', 'setUserInfo', JSON.stringify([{nickname: 'alice', avatarSrc: params.get('avatar')}]));
   } else if (testCase === 'login') {
     // Logins fail, ask for a code, then succeed; "l" opens the window again; Copy reports the selection.
+    const user = (method, ...args) => call('l', 'cordovaUserLogin', method, JSON.stringify(args));
     let attempts = 0;
     window.login = (...args) => {
       report('login', {args});
       attempts += 1;
-      if (attempts === 1) call('e', 'cordovaUserLogin', 'setLoginErrorMessage', JSON.stringify(['密码错误']));
-      if (attempts === 2) {
-        call('n', 'cordovaUserLogin', 'setLoginNeedVerifyCode', JSON.stringify(['true']));
-        call('i', 'cordovaUserLogin', 'setLoginVerifyCodeImageSrc', JSON.stringify([params.get('code')]));
-      }
-      if (attempts >= 3) call('status', 'cordovaUserLogin', 'setLoginStatus', JSON.stringify(['0']));
+      if (attempts === 1) user('setLoginErrorMessage', '密码错误');
+      if (attempts === 2) user('setLoginNeedVerifyCode', 'true'), user('setLoginVerifyCodeImageSrc', params.get('code'));
+      if (attempts >= 3) user('setLoginStatus', '0');
     };
-    document.addEventListener('keydown', (e) => { if (e.key === 'l') call('show', 'cordovaUserLogin', 'showLoginWindow', '[]'); });
+    document.addEventListener('keydown', (e) => { if (e.key === 'l') user('showLoginWindow'); });
     document.addEventListener('copy', () => report('copied', String(window.getSelection())));
     document.addEventListener('DOMContentLoaded', () => {
-      const text = document.body.appendChild(document.createElement('p'));
-      text.textContent = 'copy me';
-      window.getSelection().selectAllChildren(text);
+      window.getSelection().selectAllChildren(document.body.appendChild(Object.assign(document.createElement('p'), {textContent: 'copy me'})));
     });
     // Before the login window exists these have nothing to act on.
-    call('early', 'cordovaUserLogin', 'setLoginStatus', JSON.stringify(['0']));
-    call('early', 'cordovaUserLogin', 'setLoginErrorMessage', JSON.stringify(['no window yet']));
-    call('early', 'cordovaUserLogin', 'setLoginNeedVerifyCode', JSON.stringify(['true']));
-    call('show', 'cordovaUserLogin', 'showLoginWindow', JSON.stringify([{ignored: true}]));
+    for (const [method, value] of [['setLoginStatus', '0'], ['setLoginErrorMessage', 'no window yet'], ['setLoginNeedVerifyCode', 'true']])
+      user(method, value);
+    user('showLoginWindow', {ignored: true});
     report('login-shown', {answers: take()});
   } else if (testCase === 'refresh' || testCase === 'miss') {
     const BUILD = 'bundle';  // 'published' in the copy the web cache serves
