@@ -36,8 +36,7 @@ std::optional<std::size_t> waitForItem(const std::vector<T>& items, std::size_t 
     return found;
 }
 
-}  // namespace
-
+// The bytes (null: none) as text; unrefs them.
 std::string take(GBytes* bytes) {
     gsize size = 0;
     const auto* data = bytes ? static_cast<const char*>(g_bytes_get_data(bytes, &size)) : nullptr;
@@ -45,6 +44,8 @@ std::string take(GBytes* bytes) {
     if (bytes) g_bytes_unref(bytes);
     return text;
 }
+
+}  // namespace
 
 bool waitFor(const std::function<bool()>& done, Clock::duration timeout) {
     const auto deadline = Clock::now() + timeout;

@@ -23,9 +23,6 @@ bool waitFor(const std::function<bool()>& done, Clock::duration timeout = kPatie
 // Runs a short command to its end and returns its stdout; throws when it fails and mustSucceed.
 std::string run(const std::vector<std::string>& argv, bool mustSucceed = true);
 
-// The bytes (null: none) as text; unrefs them.
-std::string take(GBytes* bytes);
-
 // A fresh folder under the temporary folder, removed with its content on destruction.
 struct TempDir {
     explicit TempDir(const char* prefix = "ostrelle-test");

@@ -24,6 +24,11 @@ std::optional<std::string> logText(const std::string& line, pid_t pid) {
     return line.substr(24 + who.size());
 }
 
+bool busNameOwned(const std::string& name) {
+    return App::busCall("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus.NameHasOwner",
+                        {name}) == "(true,)\n";
+}
+
 }  // namespace
 
 std::string webAppURL(const std::string& page, const std::string& query, const std::string& host) {
@@ -173,11 +178,6 @@ std::string App::busCall(const std::string& dest, const std::string& path, const
                                   "--object-path", path,   "--method",  method,   "--"};
     argv.insert(argv.end(), args.begin(), args.end());
     return run(argv);
-}
-
-bool App::busNameOwned(const std::string& name) {
-    return busCall("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus.NameHasOwner",
-                   {name}) == "(true,)\n";
 }
 
 void App::action(const std::string& name) {

@@ -63,7 +63,6 @@ class App : public testing::Test {
     Rect mainWindow();
     static void click(long x, long y, int button = 1);
     static void keys(const std::string& names);  // "Down Down Return"
-    static bool busNameOwned(const std::string& name);
     static std::string busCall(const std::string& dest, const std::string& path, const std::string& method,
                                const std::vector<std::string>& args = {});
     static void action(const std::string& name);
