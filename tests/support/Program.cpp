@@ -176,12 +176,11 @@ Loopback::Loopback(Handler handler)
         [](SoupServer*, SoupServerMessage* msg, const char* path, GHashTable*, gpointer self) {
             auto* loopback = static_cast<Loopback*>(self);
             const char* query = g_uri_get_query(soup_server_message_get_uri(msg));
-            SoupMessageHeaders* in = soup_server_message_get_request_headers(msg);
-            const char* cookie = soup_message_headers_get_one(in, "Cookie");
-            const char* cacheControl = soup_message_headers_get_one(in, "Cache-Control");
+            const char* cacheControl =
+                soup_message_headers_get_one(soup_server_message_get_request_headers(msg), "Cache-Control");
             loopback->requests_.push_back({path + (query ? "?" + std::string(query) : ""),
-                                           cookie ? cookie : "", cacheControl ? cacheControl : "",
-                                           Clock::now(), loopback->answered_});
+                                           cacheControl ? cacheControl : "", Clock::now(),
+                                           loopback->answered_});
             if (loopback->handler_) return loopback->handler_(msg, path);
             soup_message_headers_append(soup_server_message_get_response_headers(msg),
                                         "Access-Control-Allow-Origin", "*");

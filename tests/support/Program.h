@@ -77,7 +77,7 @@ class Loopback {
     std::string host() const { return "127.0.0.1:" + std::to_string(port_); }
     struct Request {
         std::string path;  // with the query
-        std::string cookie, cacheControl;
+        std::string cacheControl;
         Clock::time_point at;
         int answeredBefore;  // how many answers had been written whole when this request came
     };
