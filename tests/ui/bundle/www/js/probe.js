@@ -249,7 +249,7 @@
       }
     };
     (async () => {
-      report('cached', {build: BUILD, script: await fetched('js/probe.js'), page: await fetched('index.html')});
+      report('cached', {build: BUILD, script: await fetched('js/probe.js')});
       if (testCase === 'miss') {
         report('miss', await fetched('missing.js'));
         // Then a script from a server that never answers; a click takes the page elsewhere while it waits.
