@@ -22,10 +22,7 @@
   const collect = window.zelNativeCallback = function (id, status, result) {
     answers.push({id, status, result, argc: arguments.length, insideExec: depth > 0});
   };
-  const call = (id, plugin, method, text) => {
-    depth++;
-    try { return zelPlugin.exec(id, plugin, method, text); } finally { depth--; }
-  };
+  const call = (id, plugin, method, text) => { depth++; try { return zelPlugin.exec(id, plugin, method, text); } finally { depth--; } };
   const take = () => answers.splice(0, answers.length);
   const put = (version) => call('put', 'cordovaAppUpdate', 'putLocalVersion', JSON.stringify([JSON.stringify({cacheVersion: version})]));
   const get = (id) => call(id, 'cordovaAppUpdate', 'getLocalVersion', '[]');
@@ -86,19 +83,15 @@
     window.zelNativeCallback = function (id) {
       events.push(`cb${id}`);
       const n = Number(id);
-      if (n < 5) {
-        events.push(`exec${n + 1}`);
-        zelPlugin.exec(String(n + 1), 'cordovaAppUpdate', 'getLocalVersion', '[]');
-        events.push(`ret${n + 1}`);
-      }
+      if (n < 5) events.push(`exec${n + 1}`), get(String(n + 1)), events.push(`ret${n + 1}`);
       if (n === 1) {  // state written by a nested call is what the next nested call reads
-        zelPlugin.exec('put', 'cordovaAppUpdate', 'putLocalVersion', JSON.stringify([JSON.stringify({cacheVersion: 'inside'})]));
+        put('inside');
         window.zelNativeCallback = (innerId, innerStatus, result) => events.push(`read ${result}`);
-        zelPlugin.exec('get', 'cordovaAppUpdate', 'getLocalVersion', '[]');
+        get('get');
       }
     };
     events.push('exec1');
-    zelPlugin.exec('1', 'cordovaAppUpdate', 'getLocalVersion', '[]');
+    get('1');
     events.push('ret1');
     window.zelNativeCallback = collect;
     report('reentrant', events);
@@ -117,9 +110,8 @@
       get(s);
       const a = take()[0] || {};
       const text = wellFormed(s).replace(/"/g, '\\"').replace(/\n/g, '\\n');  // only these are escaped
-      if (wellFormed(String(a.id)) !== wellFormed(s) || a.result !== `{"bundleVersion":"0.1.0","cacheVersion":"${text}"}`) {
-        wrong.push({s, answer: a});
-      }
+      const expected = `{"bundleVersion":"0.1.0","cacheVersion":"${text}"}`;
+      if (wellFormed(String(a.id)) !== wellFormed(s) || a.result !== expected) wrong.push({s, answer: a});
       call('info', 'cordovaUserInfo', 'setUserInfo', JSON.stringify([{nickname: s, avatarSrc: `avatar:${s}`}]));
     }
     report('hostile', {wrong, texts: strings.map((s) => Array.from(utf8(s)))});
@@ -132,9 +124,8 @@
       report('frames', {frames: seen, topAnswers: take().map((a) => a.id)});
       location.href = 'second.html?case=second';
     });
-    document.addEventListener('DOMContentLoaded', () => {
-      addFrame('depth=1&name=static').addEventListener('load', () => addFrame('depth=1&name=dynamic'), {once: true});
-    });
+    const add = () => addFrame('depth=1&name=static').addEventListener('load', () => addFrame('depth=1&name=dynamic'), {once: true});
+    document.addEventListener('DOMContentLoaded', add);  // the second once the first has loaded
   };
 
   const fetched = async (target, init = {cache: 'no-store'}) => {
