@@ -17,10 +17,7 @@ fail() { echo "FAIL: $*" >&2 && exit 1; }
 wait_for() { # SECONDS COMMAND...: polls COMMAND until it succeeds
     local deadline=$((SECONDS + $1))
     shift
-    until "$@"; do
-        [ "$SECONDS" -lt "$deadline" ] || return 1
-        sleep 0.2
-    done
+    until "$@"; do [ "$SECONDS" -lt "$deadline" ] && sleep 0.2 || return 1; done
 }
 
 DESTDIR="$stage/root" cmake --install "$build" --prefix /usr >"$stage/install.log"

@@ -35,7 +35,5 @@ trap 'kill -TERM "$child" 2>/dev/null' INT TERM
 status=0
 wait "$child" || status=$?
 # A signal interrupts the first wait; the second one collects the command's own exit status.
-if kill -0 "$child" 2>/dev/null; then
-    wait "$child" || status=$?
-fi
+! kill -0 "$child" 2>/dev/null || wait "$child" || status=$?
 exit "$status"
