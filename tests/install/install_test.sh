@@ -1,7 +1,5 @@
 #!/usr/bin/env bash
-# Installs the build into a staging folder and checks what a desktop gets: the files in their places, the
-# validators' word on the desktop entry and metainfo, and the installed program under the test display, started
-# by D-Bus activation (window class, icon, media controls, quit action) and by name (a page's notification).
+# Checks a staging install of BUILD_DIR as a desktop sees it: files, validators, D-Bus activation, a notification.
 # Usage (under tests/support/with-display.sh): install_test.sh BUILD_DIR
 set -euo pipefail
 build=$(cd "$1" && pwd)
@@ -19,10 +17,7 @@ fail() { echo "FAIL: $*" >&2 && exit 1; }
 wait_for() { # SECONDS COMMAND...: polls COMMAND until it succeeds
     local deadline=$((SECONDS + $1))
     shift
-    until "$@"; do
-        [ "$SECONDS" -lt "$deadline" ] || return 1
-        sleep 0.2
-    done
+    until "$@"; do [ "$SECONDS" -lt "$deadline" ] && sleep 0.2 || return 1; done
 }
 
 DESTDIR="$stage/root" cmake --install "$build" --prefix /usr >"$stage/install.log"

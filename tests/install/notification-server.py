@@ -1,6 +1,5 @@
 #!/usr/bin/python3
-# A stand-in desktop notification server for a private test bus: owns org.freedesktop.Notifications and writes
-# one line "APP_NAME<TAB>SUMMARY<TAB>DESKTOP_ENTRY_HINT" to the file named by its argument for each Notify call.
+# A desktop notification server for a test bus: writes "APP_NAME<TAB>SUMMARY<TAB>DESKTOP_ENTRY" lines to argv[1].
 import sys
 
 import gi

@@ -15,23 +15,34 @@ std::string consume(GError* error) {
     return message;
 }
 
-}  // namespace
+std::vector<char*> cArgs(const std::vector<std::string>& argv) {
+    std::vector<char*> args;
+    for (const std::string& a : argv) args.push_back(const_cast<char*>(a.c_str()));
+    args.push_back(nullptr);
+    return args;
+}
 
+// The index of the first item at or after `from` that matches, once there is one or stop() holds.
+template <class T, class Matches>
+std::optional<std::size_t> waitForItem(const std::vector<T>& items, std::size_t from, const Matches& matches,
+                                       const std::function<bool()>& stop, Clock::duration timeout) {
+    std::optional<std::size_t> found;
+    waitFor(
+        [&] {
+            for (; from < items.size() && !found; ++from) found = matches(items[from]) ? from : found;
+            return found || stop();
+        },
+        timeout);
+    return found;
+}
+
+// The bytes (null: none) as text; unrefs them.
 std::string take(GBytes* bytes) {
     gsize size = 0;
     const auto* data = bytes ? static_cast<const char*>(g_bytes_get_data(bytes, &size)) : nullptr;
     std::string text(data ? data : "", size);
     if (bytes) g_bytes_unref(bytes);
     return text;
-}
-
-namespace {
-
-std::vector<char*> cArgs(const std::vector<std::string>& argv) {
-    std::vector<char*> args;
-    for (const std::string& a : argv) args.push_back(const_cast<char*>(a.c_str()));
-    args.push_back(nullptr);
-    return args;
 }
 
 }  // namespace
@@ -75,13 +86,9 @@ Program::Program(const std::vector<std::string>& argv,
                  const std::map<std::string, std::optional<std::string>>& env) {
     GSubprocessLauncher* launcher = g_subprocess_launcher_new(
         GSubprocessFlags(G_SUBPROCESS_FLAGS_STDOUT_PIPE | G_SUBPROCESS_FLAGS_STDERR_MERGE));
-    for (const auto& [name, value] : env) {
-        if (value) {
-            g_subprocess_launcher_setenv(launcher, name.c_str(), value->c_str(), TRUE);
-        } else {
-            g_subprocess_launcher_unsetenv(launcher, name.c_str());
-        }
-    }
+    for (const auto& [name, value] : env)
+        value ? g_subprocess_launcher_setenv(launcher, name.c_str(), value->c_str(), TRUE)
+              : g_subprocess_launcher_unsetenv(launcher, name.c_str());
     g_subprocess_launcher_set_child_setup(
         launcher, [](gpointer) { setpgid(0, 0); }, nullptr, nullptr);
     GError* error = nullptr;
@@ -134,15 +141,8 @@ void Program::readNext() {
 
 std::size_t Program::expectLine(const std::function<bool(const std::string&)>& matches,
                                 const std::string& what, std::size_t from, Clock::duration timeout) {
-    std::optional<std::size_t> found;
-    waitFor(
-        [&] {
-            for (; from < lines_.size() && !found; ++from) {
-                if (matches(lines_[from])) found = from;
-            }
-            return found || outputEnded_;
-        },
-        timeout);
+    const auto found = waitForItem(
+        lines_, from, matches, [this] { return outputEnded_; }, timeout);
     if (!found) throw std::runtime_error("no line " + what + "; the output so far:\n" + tail());
     return *found;
 }
@@ -176,16 +176,18 @@ Loopback::Loopback(Handler handler)
         [](SoupServer*, SoupServerMessage* msg, const char* path, GHashTable*, gpointer self) {
             auto* loopback = static_cast<Loopback*>(self);
             const char* query = g_uri_get_query(soup_server_message_get_uri(msg));
-            const char* cookie =
-                soup_message_headers_get_one(soup_server_message_get_request_headers(msg), "Cookie");
-            loopback->requests_.push_back(
-                {path + (query ? "?" + std::string(query) : ""), cookie ? cookie : "", Clock::now()});
+            const char* cacheControl =
+                soup_message_headers_get_one(soup_server_message_get_request_headers(msg), "Cache-Control");
+            loopback->requests_.push_back({path + (query ? "?" + std::string(query) : ""),
+                                           cacheControl ? cacheControl : "", Clock::now(),
+                                           loopback->answered_});
             if (loopback->handler_) return loopback->handler_(msg, path);
             soup_message_headers_append(soup_server_message_get_response_headers(msg),
                                         "Access-Control-Allow-Origin", "*");
             soup_server_message_set_status(msg, 204, nullptr);
         },
         this, nullptr);
+    g_signal_connect_swapped(server_, "request-finished", G_CALLBACK(+[](int* n) { ++*n; }), &answered_);
     GError* error = nullptr;
     if (!soup_server_listen_local(server_, 0, SOUP_SERVER_LISTEN_IPV4_ONLY, &error))
         throw std::runtime_error("cannot listen on loopback: " + consume(error));
@@ -199,19 +201,21 @@ Loopback::~Loopback() {
     g_object_unref(server_);
 }
 
+void Loopback::writeRaw(SoupServerMessage* msg, const std::string& raw) {
+    GIOStream* stream = soup_server_message_steal_connection(msg);
+    g_output_stream_write_all(g_io_stream_get_output_stream(stream), raw.data(), raw.size(), nullptr, nullptr,
+                              nullptr);
+    g_io_stream_close(stream, nullptr, nullptr);
+    g_object_unref(stream);
+}
+
 Loopback::Request Loopback::expectRequest(const std::string& prefix, std::size_t from,
                                           Clock::duration timeout) {
-    std::optional<Request> found;
-    waitFor(
-        [&] {
-            for (; from < requests_.size() && !found; ++from) {
-                if (requests_[from].path.starts_with(prefix)) found = requests_[from];
-            }
-            return found.has_value();
-        },
+    const auto found = waitForItem(
+        requests_, from, [&](const Request& r) { return r.path.starts_with(prefix); }, [] { return false; },
         timeout);
     if (!found) throw std::runtime_error("no request for " + prefix + " reached " + host());
-    return *found;
+    return requests_[*found];
 }
 
 Reply httpRequest(const std::string& method, const std::string& url, const std::string& body,
@@ -239,7 +243,13 @@ Reply httpRequest(const std::string& method, const std::string& url, const std::
         },
         &pending);
     waitFor([&] { return pending.done; }, std::chrono::hours(1));  // the session's own timeout ends it
-    Reply reply{soup_message_get_status(msg), take(pending.answer)};
+    Reply reply{soup_message_get_status(msg), take(pending.answer), {}};
+    soup_message_headers_foreach(
+        soup_message_get_response_headers(msg),
+        [](const char* name, const char* value, gpointer headers) {
+            (*static_cast<std::map<std::string, std::string>*>(headers))[name] = value;
+        },
+        &reply.headers);
     g_object_unref(msg);
     g_object_unref(session);
     g_object_unref(resolver);

@@ -1,10 +1,5 @@
-// Helpers for tests and benchmarks that run the real program: a process (GSubprocess) whose output is read
-// line by line as it comes, waits that turn the default main context meanwhile, and libsoup on loopback for
-// HTTP.
-//
-// Everything runs on the test's main thread: a wait turns the default GMainContext, so output, exits and the
-// loopback server all advance during waits and only then. A wait that runs out throws std::runtime_error with
-// what the program said last; the limits are generous and measure nothing.
+// Processes, HTTP on loopback and waits for tests and benchmarks. All on the main thread: output, exits and
+// servers advance only while a wait turns the default main context; an expect* that runs out throws.
 #pragma once
 
 #include <libsoup/soup.h>
@@ -22,15 +17,11 @@ namespace zel::test {
 using Clock = std::chrono::steady_clock;
 inline constexpr Clock::duration kPatience = std::chrono::seconds(40);
 
-// Turns the default main context until done() holds (checked at least every 50 ms, for state no event
-// announces); false when the time runs out first.
+// Turns the default main context until done() holds (checked at least every 50 ms); false on time-out.
 bool waitFor(const std::function<bool()>& done, Clock::duration timeout = kPatience);
 
 // Runs a short command to its end and returns its stdout; throws when it fails and mustSucceed.
 std::string run(const std::vector<std::string>& argv, bool mustSucceed = true);
-
-// The bytes (null: none) as text; unrefs them.
-std::string take(GBytes* bytes);
 
 // A fresh folder under the temporary folder, removed with its content on destruction.
 struct TempDir {
@@ -41,8 +32,7 @@ struct TempDir {
     std::string path;
 };
 
-// A program in a process group of its own (so that stopping it stops the web processes it started), stdin
-// from /dev/null, stdout and stderr merged into lines in arrival order.
+// A program in a process group of its own (stopping it stops its web processes), stdout+stderr as lines.
 class Program {
   public:
     // env: a value sets the variable, nullopt removes it. Throws when the program cannot start.
@@ -53,6 +43,7 @@ class Program {
     Program& operator=(const Program&) = delete;
 
     pid_t pid() const { return pid_; }
+    bool ended() const { return ended_; }
     const std::vector<std::string>& lines() const { return lines_; }
     // The index of the first line at or after `from` that matches; throws (naming `what`) when none comes.
     std::size_t expectLine(const std::function<bool(const std::string&)>& matches, const std::string& what,
@@ -74,8 +65,7 @@ class Program {
     std::vector<std::string> lines_;
 };
 
-// A libsoup server on a free port of 127.0.0.1, on the default main context. Records every request; answers
-// through `handler`, or by default 204 with an open CORS header (so pages of any origin can reach it).
+// A SoupServer on 127.0.0.1 that records every request; answers through `handler`, or 204 open to any origin.
 class Loopback {
   public:
     using Handler = std::function<void(SoupServerMessage*, const std::string& path)>;
@@ -87,28 +77,31 @@ class Loopback {
     std::string host() const { return "127.0.0.1:" + std::to_string(port_); }
     struct Request {
         std::string path;  // with the query
-        std::string cookie;
+        std::string cacheControl;
         Clock::time_point at;
+        int answeredBefore;  // how many answers had been written whole when this request came
     };
     const std::vector<Request>& requests() const { return requests_; }
     // The first request at index >= from whose path starts with prefix; throws when none comes in time.
     Request expectRequest(const std::string& prefix, std::size_t from = 0,
                           Clock::duration timeout = kPatience);
     SoupServer* server() const { return server_; }
+    // Answers with these raw bytes in place of the server, then closes the connection.
+    static void writeRaw(SoupServerMessage* msg, const std::string& raw);
 
   private:
     SoupServer* server_;
     Handler handler_;
-    int port_ = 0;
+    int port_ = 0, answered_ = 0;
     std::vector<Request> requests_;
 };
 
 struct Reply {
     unsigned status = 0;  // 0 when no answer came
     std::string body;
+    std::map<std::string, std::string> headers;
 };
-// One request with a fresh session (through `proxy` when given), the default main context turning meanwhile.
-// Gives up after a minute without an answer.
+// One request with a fresh session (through `proxy` when given); gives up after a minute.
 Reply httpRequest(const std::string& method, const std::string& url, const std::string& body = {},
                   const std::string& proxy = {});
 

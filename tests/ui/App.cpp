@@ -24,6 +24,11 @@ std::optional<std::string> logText(const std::string& line, pid_t pid) {
     return line.substr(24 + who.size());
 }
 
+bool busNameOwned(const std::string& name) {
+    return App::busCall("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus.NameHasOwner",
+                        {name}) == "(true,)\n";
+}
+
 }  // namespace
 
 std::string webAppURL(const std::string& page, const std::string& query, const std::string& host) {
@@ -67,13 +72,8 @@ Program& App::launch(const std::vector<std::string>& args) {
 }
 
 Program& App::launchPage(const std::string& query, const std::vector<std::string>& extra) {
-    std::vector<std::string> args{"--console-log",
-                                  "--bundle",
-                                  bundle_.string(),
-                                  "--static-file-host",
-                                  pageHost_,
-                                  "--start-page",
-                                  webAppURL("index.html", query, pageHost_)};
+    std::vector<std::string> args{"--console-log", "--bundle", bundle_, "--static-file-host", pageHost_};
+    args.insert(args.end(), {"--start-page", webAppURL("index.html", query, pageHost_)});
     args.insert(args.end(), extra.begin(), extra.end());
     return launch(args);
 }
@@ -178,11 +178,6 @@ std::string App::busCall(const std::string& dest, const std::string& path, const
                                   "--object-path", path,   "--method",  method,   "--"};
     argv.insert(argv.end(), args.begin(), args.end());
     return run(argv);
-}
-
-bool App::busNameOwned(const std::string& name) {
-    return busCall("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus.NameHasOwner",
-                   {name}) == "(true,)\n";
 }
 
 void App::action(const std::string& name) {

@@ -1,6 +1,5 @@
-// The fixture of the UI scenarios: the real program on a test web app (tests/ui/bundle) in a fresh home, read
-// through what it says (its native log lines "<date> <time> ostrelle[<pid>] <text>" and the page's console
-// reports "PROBE <tag> <JSON>") and driven as a user and the desktop drive it (xdotool, D-Bus).
+// The UI scenarios' fixture: the real program in a fresh home, read through its log lines and the test page's
+// reports ("PROBE <tag> <JSON>"), driven through xdotool and D-Bus.
 #pragma once
 
 #include "support/Program.h"
@@ -64,7 +63,6 @@ class App : public testing::Test {
     Rect mainWindow();
     static void click(long x, long y, int button = 1);
     static void keys(const std::string& names);  // "Down Down Return"
-    static bool busNameOwned(const std::string& name);
     static std::string busCall(const std::string& dest, const std::string& path, const std::string& method,
                                const std::vector<std::string>& args = {});
     static void action(const std::string& name);

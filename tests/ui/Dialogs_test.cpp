@@ -1,6 +1,4 @@
-// The login and feedback windows and the main menu's keys on a real display with a window manager: the
-// login road (error dialog, verification-code row, reset on closing), feedback, Copy in the page, F10 and
-// Ctrl+Q.
+// The login and feedback windows and the main menu's keys under a window manager.
 #include "App.h"
 
 #include <algorithm>
@@ -63,8 +61,7 @@ TEST_F(Dialogs, LoginShowsErrorsGrowsForTheCodeAndResetsOnClosing) {
     Rect grown;
     EXPECT_TRUE(waitFor([&] { return (grown = geometry(login)).height == 202; })) << grown.height;
     EXPECT_EQ(grown.y, g.y);
-    // Tab follows the controls' placed positions: the code field is next after the password only once the
-    // login button (its dark label) has moved down out of the code row.
+    // Tab follows placed positions: the code field comes next once the login button has left its row.
     EXPECT_TRUE(waitFor([&] {
         return darkPixels({0, grown.x + 20, grown.y + 115, 115, 20}) == 0;
     })) << "the login button stayed in the code row";

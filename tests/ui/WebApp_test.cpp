@@ -1,6 +1,4 @@
-// The web app at its service's own address (a loopback server here): its origin, cookies and API calls, the
-// files it is served from and those it may not reach, the addresses it may not leave for, and the proxy that
-// only the program itself may use.
+// The web app at its service's address (a loopback server): origin, cookies, files, links out, the proxy.
 #include "App.h"
 
 #include <gmock/gmock.h>
@@ -73,8 +71,7 @@ class WebApp : public App {
 };
 
 TEST_F(WebApp, LivesAtItsServicesAddressAndStaysInItsFolderAndPage) {
-    // The bundle's files, files it lacks, and addresses that name a place outside its folder, in any
-    // spelling.
+    // The bundle's files, files it lacks, and places outside its folder in any spelling.
     std::vector<std::string> served{"js/probe.js", "/player/mac/www/frame.html", "alias.html"};
     std::vector<std::string> missing{"missing.js", "js/missing.js"};
     std::vector<std::string> contained;
@@ -147,14 +144,10 @@ TEST_F(WebApp, LivesAtItsServicesAddressAndStaysInItsFolderAndPage) {
         // Moved onto the quadrant until the page sees it there: before its first frame it may miss a move.
         const long x = left + width * (2 * column + 1) / 4, y = top + height * (2 * row + 1) / 4;
         const std::size_t from = app().lines().size();
-        const std::string hover = R"(PROBE hover {"text":")" + text + "\"}";
-        for (int nudge = 0; !waitFor(
-                 [&] {
-                     return app().lines().size() > from &&
-                            app().lines().back().find(hover) != std::string::npos;
-                 },
-                 std::chrono::milliseconds(300));
-             ++nudge) {
+        const auto hovered = [&] {
+            return !reports("hover", from).empty() && reports("hover", from).back() == text;
+        };
+        for (int nudge = 0; !waitFor(hovered, std::chrono::milliseconds(300)); ++nudge) {
             ASSERT_LT(nudge, 100) << "the page never saw the pointer on " << text;
             xdotool({"mousemove", std::to_string(x + nudge % 2), std::to_string(y)});
         }

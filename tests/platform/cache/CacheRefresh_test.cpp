@@ -4,7 +4,7 @@
 #include "core/support/TestSupport.h"
 #include "platform/fs/ZELBackgroundDiskWorker.h"
 #include "platform/net/ZELSoupDownloaderFactory.h"
-#include "platform/support/Loopback.h"
+#include "support/Program.h"
 
 #include <gtest/gtest.h>
 
@@ -18,16 +18,19 @@ std::string document(const std::string& kind) {
 }
 
 // The refresh with the real downloaders and disk worker against `files` (path -> body; "404:...", "drop" and
-// "stall" answer 404, break the connection part-way and never answer).
+// "stall" answer 404, close the connection part-way and never answer).
 struct CacheRefreshTest : testing::Test, ZELCacheControllerDelegate {
     CacheRefreshTest() { EXPECT_TRUE(fs::writeFileAtomically(bundle / "cache_version", "2014/03/28")); }
     void didFinishRefreshingWebCache() override { ++finishedCount; }
     void answer(SoupServerMessage* message, const std::string& path) {
-        const std::string body = files.contains(path) ? files[path] : "404:none";
-        if (body == "drop" || body == "stall")
-            return server.breakConnection(message, body == "drop" ? "half" : nullptr);
+        std::string body = files.contains(path) ? files[path] : "404:none";
+        if (body == "stall") return soup_server_message_pause(message);
+        if (body == "drop")
+            return test::Loopback::writeRaw(message, "HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nhalf");
         const bool missing = body.starts_with("404:");
-        test::LoopbackServer::answer(message, missing ? body.substr(4) : body, missing ? 404 : 200);
+        soup_server_message_set_status(message, missing ? 404 : 200, nullptr);
+        body = missing ? body.substr(4) : body;
+        soup_server_message_set_response(message, "text/plain", SOUP_MEMORY_COPY, body.data(), body.size());
     }
     // The four documents: js as given, the other kinds empty or mapping one file each.
     void publishMaps(const std::string& js, bool otherKinds = false) {
@@ -36,13 +39,14 @@ struct CacheRefreshTest : testing::Test, ZELCacheControllerDelegate {
             files[document(kind)] = otherKinds ? R"({"/a.)" + kind + R"(":"/a_1.)" + kind + R"("})" : "{}";
     }
     std::string cached(const std::string& hashed) const {
-        return fs::readFile(work / "Cache" / server.hostPort / ("player/mac/build" + hashed))
+        return fs::readFile(work / "Cache" / server.host() / ("player/mac/build" + hashed))
             .value_or("<none>");
     }
     ZELCacheController& controller(std::chrono::seconds timeout = std::chrono::seconds(20)) {
         if (!controller_) {
             controller_ = std::make_unique<ZELCacheController>(
-                ZELCacheLocations{work, bundle, server.hostPort, server.url("/player/mac/config")},
+                ZELCacheLocations{work, bundle, server.host(),
+                                  "http://" + server.host() + "/player/mac/config"},
                 std::make_unique<ZELSoupDownloaderFactory>(timeout),
                 std::make_unique<ZELBackgroundDiskWorker>());
             controller_->setDelegate(this);
@@ -54,9 +58,13 @@ struct CacheRefreshTest : testing::Test, ZELCacheControllerDelegate {
         return std::count_if(log.lines.begin(), log.lines.end(),
                              [&](auto& l) { return l.starts_with(start); });
     }
+    long requested(const std::string& path) const {
+        return std::count_if(server.requests().begin(), server.requests().end(),
+                             [&](auto& r) { return r.path == path; });
+    }
 
     std::map<std::string, std::string> files;
-    test::LoopbackServer server{[this](SoupServerMessage* m, const std::string& path) { answer(m, path); }};
+    test::Loopback server{[this](SoupServerMessage* m, const std::string& path) { answer(m, path); }};
     test::ScratchDirectory scratch;
     std::filesystem::path work = scratch.path() / "work", bundle = scratch.path() / "bundle";
     test::LogCapture log;
@@ -76,9 +84,9 @@ TEST_F(CacheRefreshTest, DownloadsWhatTheStoredMapsLackThenStoresTheNewMaps) {
         files[std::string("/player/mac/build") + file] = file;
 
     controller().refreshLocalCache();
-    ASSERT_TRUE(test::runUntil([&] { return finishedCount == 1; }));
-    EXPECT_EQ(server.count("/player/mac/build/js/old_1.js"), 0u);  // held already
-    EXPECT_EQ(server.count("/player/mac/build/js/app_2.js"), 2u);  // named twice, fetched twice
+    ASSERT_TRUE(test::waitFor([&] { return finishedCount == 1; }));
+    EXPECT_EQ(requested("/player/mac/build/js/old_1.js"), 0);  // held already
+    EXPECT_EQ(requested("/player/mac/build/js/app_2.js"), 2);  // named twice, fetched twice
     EXPECT_EQ(cached("/js/app_2.js"), big);
     EXPECT_EQ(cached("/a_1.css"), "no such file");  // an error page is stored as the file
     for (const char* refused : {"/../../../b.js", "/x%2F..%2Fc.js", "d.js"})
@@ -87,13 +95,18 @@ TEST_F(CacheRefreshTest, DownloadsWhatTheStoredMapsLackThenStoresTheNewMaps) {
               Value::parse(js));
 
     // The documents at once, one stamp (seconds since 2001) against caches; then the files one after another.
-    ASSERT_EQ(server.paths.size(), 4u + 5u);
-    EXPECT_EQ(std::count(server.queries.begin(), server.queries.begin() + 4, server.queries[0]), 4);
+    const auto& requests = server.requests();
+    ASSERT_EQ(requests.size(), 4u + 5u);
+    const std::string stamp = requests[0].path.substr(requests[0].path.find('?'));
     const auto now = std::chrono::system_clock::now().time_since_epoch();
-    EXPECT_NEAR(std::stol(server.queries[0]),
+    EXPECT_NEAR(std::stol(stamp.substr(1)),
                 std::chrono::duration_cast<std::chrono::seconds>(now).count() - 978307200, 120);
-    for (int i = 4; i < 9; ++i) EXPECT_GE(server.finishedBefore[i], i) << server.paths[i];
-    EXPECT_EQ(server.noCache, std::vector<std::string>(9, "no-cache"));
+    for (int i = 0; i < 9; ++i) {
+        SCOPED_TRACE(requests[i].path);
+        EXPECT_EQ(requests[i].path.ends_with(stamp), i < 4);
+        EXPECT_EQ(requests[i].cacheControl, "no-cache");
+        EXPECT_GE(requests[i].answeredBefore, i < 4 ? 0 : i);
+    }
 }
 
 TEST_F(CacheRefreshTest, AFailedFileOrADocumentThatIsNoMapStopsTheRefreshWithoutAnAnswer) {
@@ -106,11 +119,12 @@ TEST_F(CacheRefreshTest, AFailedFileOrADocumentThatIsNoMapStopsTheRefreshWithout
         files["/player/mac/build/a_1.js"] = "a";
         files["/player/mac/build/b_1.js"] = failure;
         controller(std::chrono::seconds(1)).refreshLocalCache();
-        ASSERT_TRUE(test::runUntil(
-            [&] { return logged("download failed " + server.url("/player/mac/build/b_1.js")) == 1; }));
-        EXPECT_TRUE(test::runUntil([&] { return cached("/a_1.js") == "a"; }));  // written by the disk thread
+        ASSERT_TRUE(test::waitFor([&] {
+            return logged("download failed http://" + server.host() + "/player/mac/build/b_1.js") == 1;
+        }));
+        EXPECT_TRUE(test::waitFor([&] { return cached("/a_1.js") == "a"; }));  // written by the disk thread
         EXPECT_EQ(cached("/b_1.js"), "<none>");
-        EXPECT_EQ(server.count("/player/mac/build/c_1.js"), 0u);
+        EXPECT_EQ(requested("/player/mac/build/c_1.js"), 0);
         EXPECT_EQ(controller().downloadQueue(), std::deque<std::string>{"/c_1.js"});
         EXPECT_FALSE(std::filesystem::exists(work / "cache_hashmap"));
     }
@@ -118,16 +132,16 @@ TEST_F(CacheRefreshTest, AFailedFileOrADocumentThatIsNoMapStopsTheRefreshWithout
     publishMaps(R"({"/a.js":"/a_1.js"})");
     files[document("css")] = "<html>Service Unavailable</html>";
     files[document("media")] = R"(["/a.png"])";
-    const std::size_t before = server.paths.size();
+    const std::size_t before = server.requests().size();
     controller().refreshLocalCache();
-    ASSERT_TRUE(test::runUntil([&] { return logged("ignored hash map ") == 2; }));
-    const gint64 until = g_get_monotonic_time() + 200000;  // time for any request that should not come
-    test::runUntil([&] { return g_get_monotonic_time() > until; });
-    const std::string stamp = server.queries.back();
+    ASSERT_TRUE(test::waitFor([&] { return logged("ignored hash map ") == 2; }));
+    // Time for a request that should not come.
+    test::waitFor([] { return false; }, std::chrono::milliseconds(200));
+    const std::string& last = server.requests().back().path;
     for (const char* kind : {"css", "media"})
-        EXPECT_TRUE(log.has("ignored hash map " + server.url(document(kind) + "?" + stamp) +
-                            ": not a dictionary of texts"));
-    EXPECT_EQ(server.paths.size(), before + 4);  // never all four kinds: no download
+        EXPECT_TRUE(log.has("ignored hash map http://" + server.host() + document(kind) +
+                            last.substr(last.find('?')) + ": not a dictionary of texts"));
+    EXPECT_EQ(server.requests().size(), before + 4);  // never all four kinds: no download
     EXPECT_EQ(finishedCount, 0);
 }
 

@@ -1,4 +1,3 @@
-// A refresh of the web cache as the program does it, then the new version recorded as the web app would.
 // Usage: cache_refresh_runner WORKING_DIR BUNDLE_DIR STATIC_FILE_HOST CONFIG_BASE_URL VERSION
 #include "core/cache/ZELCacheController.h"
 #include "core/fs/Files.h"

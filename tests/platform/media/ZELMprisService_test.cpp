@@ -2,7 +2,7 @@
 #include "platform/media/ZELMprisService.h"
 
 #include "core/support/TestSupport.h"
-#include "platform/support/Loopback.h"
+#include "support/Program.h"
 
 #include <gio/gio.h>
 #include <gtest/gtest.h>
@@ -10,7 +10,7 @@
 namespace zel {
 namespace {
 
-using test::runUntil;
+using test::waitFor;
 
 struct MprisServiceTest : testing::Test, ZELMprisServiceDelegate {
     MprisServiceTest() { g_test_dbus_up(bus); }
@@ -64,7 +64,7 @@ struct MprisServiceTest : testing::Test, ZELMprisServiceDelegate {
                 reply ? g_variant_unref(reply) : g_error_free(error);
             },
             &text);
-        EXPECT_TRUE(runUntil([&] { return text.has_value(); }));
+        EXPECT_TRUE(waitFor([&] { return text.has_value(); }));
         drop(desktop);
         return text.value_or("no answer");
     }
@@ -80,10 +80,10 @@ TEST_F(MprisServiceTest, ANameOwnedByAnotherProcessIsTakenOverWhenFreeThenDeskto
     GDBusConnection* other = connect(ZELMprisService::kBusName);
     ZELMprisService service(this);
     service.start();
-    ASSERT_TRUE(runUntil([&] { return !log.lines.empty(); }));
+    ASSERT_TRUE(waitFor([&] { return !log.lines.empty(); }));
     EXPECT_FALSE(service.isPublished());
     drop(other);
-    ASSERT_TRUE(runUntil([&] { return service.isPublished(); }));
+    ASSERT_TRUE(waitFor([&] { return service.isPublished(); }));
     for (const char* method : {"PlayPause", "Play", "Pause", "Next", "Previous", "Stop"})
         EXPECT_EQ(call(method), "()") << method;
     EXPECT_EQ(call("Raise", nullptr, "org.mpris.MediaPlayer2"), "()");
@@ -91,9 +91,6 @@ TEST_F(MprisServiceTest, ANameOwnedByAnotherProcessIsTakenOverWhenFreeThenDeskto
     EXPECT_EQ(call("Get", g_variant_new("(ss)", "org.mpris.MediaPlayer2", "Identity"),
                    "org.freedesktop.DBus.Properties"),
               "(<'Ostrelle'>,)");
-    // Calls that do not match the interface are refused by the bus library, before the delegate.
-    EXPECT_TRUE(call("Seek", g_variant_new("(s)", "far")).starts_with("error"));
-    EXPECT_TRUE(call("Explode").starts_with("error"));
     EXPECT_EQ(calls, (std::vector<std::string>{"PlayPause", "Play", "Pause", "Next", "Previous", "Raise"}));
     EXPECT_EQ(log.lines,
               (std::vector<std::string>{"MPRIS: org.mpris.MediaPlayer2.ostrelle belongs to another "
@@ -109,19 +106,19 @@ TEST_F(MprisServiceTest, StepsBackWhileTheWebViewsPlayerIsOnTheBus) {
     GDBusConnection* web = connect(webPlayer);  // there at start: found in the bus's list of names
     ZELMprisService service(this);
     service.start();
-    ASSERT_TRUE(runUntil([&] { return !log.lines.empty(); }));
+    ASSERT_TRUE(waitFor([&] { return !log.lines.empty(); }));
     EXPECT_FALSE(service.isPublished());
     for (int round = 0; round < 2; ++round) {
         drop(web);
-        ASSERT_TRUE(runUntil([&] { return service.isPublished(); })) << round;
+        ASSERT_TRUE(waitFor([&] { return service.isPublished(); })) << round;
         EXPECT_EQ(call("Next"), "()");
         web = connect(webPlayer);  // appearing later: a signal of the bus
-        ASSERT_TRUE(runUntil([&] { return !service.isPublished(); })) << round;
+        ASSERT_TRUE(waitFor([&] { return !service.isPublished(); })) << round;
         EXPECT_TRUE(call("Next").starts_with("error"));
     }
     drop(web);
     for (GDBusConnection* other : others) drop(other);
-    ASSERT_TRUE(runUntil([&] { return service.isPublished(); }));
+    ASSERT_TRUE(waitFor([&] { return service.isPublished(); }));
     EXPECT_EQ(calls, (std::vector<std::string>{"Next", "Next"}));
     const std::string away = std::string("MPRIS: the page's player ") + webPlayer +
                              " is on the bus; stepping back",
@@ -134,7 +131,7 @@ TEST_F(MprisServiceTest, NoSessionBusIsLoggedOnce) {
     g_setenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/ostrelle-test-bus", TRUE);
     ZELMprisService service(this);
     service.start();
-    EXPECT_TRUE(runUntil([&] { return !log.lines.empty(); }));
+    EXPECT_TRUE(waitFor([&] { return !log.lines.empty(); }));
     EXPECT_FALSE(service.isPublished());
     EXPECT_EQ(log.lines, std::vector<std::string>{"MPRIS: no session bus; desktop media controls are off"});
 }

@@ -4,7 +4,7 @@
 #include "core/support/TestSupport.h"
 #include "platform/net/ZELDevServer.h"
 #include "platform/publish/ZELPublisher.h"
-#include "platform/support/Loopback.h"
+#include "support/Program.h"
 
 #include <gtest/gtest.h>
 
@@ -40,32 +40,20 @@ TEST(PublishTest, HashesEachKindMirrorsTheRestAndServesNothingElse) {
     std::filesystem::create_symlink(www / "notes.txt", out / "player/mac/www/link-out.txt");
     ZELDevServer server(out);
     ASSERT_TRUE(server.listen(0)) << server.error();
-    SoupSession* session = soup_session_new();
     const std::tuple<const char*, const char*, guint> rows[] = {
         {"GET", "/player/mac/config/cache_version", 200},  {"GET", "/player/mac/build/img/two%20words_", 404},
         {"GET", "/player/mac/www/link-out.txt", 404},      {"GET", "/player/mac/www/a%5Cb", 403},
         {"POST", "/player/mac/config/cache_version", 405},
     };
     for (const auto& [method, path, status] : rows) {
-        SoupMessage* message = soup_message_new(method, ("http://" + server.hostPort() + path).c_str());
-        bool done = false;
-        soup_session_send_and_read_async(
-            session, message, G_PRIORITY_DEFAULT, nullptr,
-            +[](GObject* s, GAsyncResult* r, gpointer done) {
-                g_bytes_unref(soup_session_send_and_read_finish(SOUP_SESSION(s), r, nullptr));
-                *static_cast<bool*>(done) = true;
-            },
-            &done);
-        ASSERT_TRUE(test::runUntil([&] { return done; })) << path;
-        EXPECT_EQ(soup_message_get_status(message), status) << method << " " << path;
+        SCOPED_TRACE(std::string(method) + " " + path);
+        test::Reply reply = test::httpRequest(method, "http://" + server.hostPort() + path);
+        EXPECT_EQ(reply.status, status);
         if (status == 200) {
-            SoupMessageHeaders* headers = soup_message_get_response_headers(message);
-            EXPECT_STREQ(soup_message_headers_get_one(headers, "Cache-Control"), "no-cache");
-            EXPECT_STREQ(soup_message_headers_get_one(headers, "Access-Control-Allow-Origin"), "*");
+            EXPECT_EQ(reply.headers["Cache-Control"], "no-cache");
+            EXPECT_EQ(reply.headers["Access-Control-Allow-Origin"], "*");
         }
-        g_object_unref(message);
     }
-    g_object_unref(session);
 }
 
 }  // namespace zel::platform

@@ -1,5 +1,4 @@
-// The test web app. It reports what it observes as console lines "PROBE <tag> <JSON>" (the program runs with
-// --console-log), kept to printable ASCII so that each report is one line. The query's "case" picks what it does.
+// The test web app: reports "PROBE <tag> <JSON>" console lines in printable ASCII; the query's "case" picks.
 (function () {
   'use strict';
   const ascii = (s) => s.replace(/[^\x20-\x7e]/g, (c) => '\\u' + c.charCodeAt(0).toString(16).padStart(4, '0'));
@@ -23,18 +22,23 @@
   const collect = window.zelNativeCallback = function (id, status, result) {
     answers.push({id, status, result, argc: arguments.length, insideExec: depth > 0});
   };
-  const call = (id, plugin, method, text) => {
-    depth++;
-    try { return zelPlugin.exec(id, plugin, method, text); } finally { depth--; }
-  };
+  const call = (id, plugin, method, text) => { depth++; try { return zelPlugin.exec(id, plugin, method, text); } finally { depth--; } };
   const take = () => answers.splice(0, answers.length);
   const put = (version) => call('put', 'cordovaAppUpdate', 'putLocalVersion', JSON.stringify([JSON.stringify({cacheVersion: version})]));
   const get = (id) => call(id, 'cordovaAppUpdate', 'getLocalVersion', '[]');
   const mark = (name) => call('m', 'cordovaMenu', name, '[]');  // an unknown method: a log line that marks a place
+  const addFrame = (query) => document.body.appendChild(Object.assign(document.createElement('iframe'), {src: `frame.html?${query}`}));
+
+  if (window !== window.top) {  // a frame: tells the top page what it sees, then holds a frame of its own
+    const name = params.get('name'), depth = Number(params.get('depth'));
+    if (early.type === 'object') get(`frame-${name}-${depth}`);
+    window.top.postMessage({name, depth, ownKeys: early.ownKeys, answers: take().map((a) => [a.id, a.status, a.insideExec])}, '*');
+    if (depth < 2) document.addEventListener('DOMContentLoaded', () => addFrame(`depth=${depth + 1}&name=${name}`));
+    return;
+  }
 
   get('ready');
   report('ready', {page, case: testCase, href: location.href, loadId, early, answered: take().some((a) => a.id === 'ready' && a.status === 0)});
-  window.addEventListener('pageshow', (e) => { if (e.persisted) report('pageshow', {page, loadId, shape: shape(window)}); });
   window.feedback = (...args) => report('feedback', {args});
 
   const bridge = [function malformed() {
@@ -79,30 +83,25 @@
     window.zelNativeCallback = function (id) {
       events.push(`cb${id}`);
       const n = Number(id);
-      if (n < 5) {
-        events.push(`exec${n + 1}`);
-        zelPlugin.exec(String(n + 1), 'cordovaAppUpdate', 'getLocalVersion', '[]');
-        events.push(`ret${n + 1}`);
-      }
+      if (n < 5) events.push(`exec${n + 1}`), get(String(n + 1)), events.push(`ret${n + 1}`);
       if (n === 1) {  // state written by a nested call is what the next nested call reads
-        zelPlugin.exec('put', 'cordovaAppUpdate', 'putLocalVersion', JSON.stringify([JSON.stringify({cacheVersion: 'inside'})]));
+        put('inside');
         window.zelNativeCallback = (innerId, innerStatus, result) => events.push(`read ${result}`);
-        zelPlugin.exec('get', 'cordovaAppUpdate', 'getLocalVersion', '[]');
+        get('get');
       }
     };
     events.push('exec1');
-    zelPlugin.exec('1', 'cordovaAppUpdate', 'getLocalVersion', '[]');
+    get('1');
     events.push('ret1');
     window.zelNativeCallback = collect;
     report('reentrant', events);
   }, function hostile() {
-    // Each string as a version (stored, read back), as a call id and as a user's name. Strings that cannot
-    // cross in UTF-8 (lone surrogates) are compared as UTF-8 carries them.
+    // Each string as a version, a call id and a user's name, compared as UTF-8 carries them.
     const strings = ['"double" quotes', "'single'", 'back\\slash \\n \\u0041 \\', 'line\nfeed', 'carriage\rreturn',
                      'tab\there', 'separators\u2028line\u2029paragraph', '</script><script>throw 1</script>',
                      '${x} `tick` ${`nested`}', '<!-- comment -->', 'nul\u0000byte', 'lone\ud800high', 'lone\udc00low',
                      'low\udc00\ud800high', 'pair\ud83d\ude00', '中文 ünïcödé', '\u0085\u00a0\ufeff', '%s %@ %n %hhd %%',
-                     '{"json":["text"]}', '', ' '];
+                     '{"json":["text"]}', '', ' ', 'x'.repeat(1 << 20) + '中'];
     const utf8 = (s) => new TextEncoder().encode(s), wellFormed = (s) => new TextDecoder().decode(utf8(s));
     const wrong = [];
     for (const s of strings) {
@@ -111,21 +110,11 @@
       get(s);
       const a = take()[0] || {};
       const text = wellFormed(s).replace(/"/g, '\\"').replace(/\n/g, '\\n');  // only these are escaped
-      if (wellFormed(String(a.id)) !== wellFormed(s) || a.result !== `{"bundleVersion":"0.1.0","cacheVersion":"${text}"}`) {
-        wrong.push({s, answer: a});
-      }
+      const expected = `{"bundleVersion":"0.1.0","cacheVersion":"${text}"}`;
+      if (wellFormed(String(a.id)) !== wellFormed(s) || a.result !== expected) wrong.push({s, answer: a});
       call('info', 'cordovaUserInfo', 'setUserInfo', JSON.stringify([{nickname: s, avatarSrc: `avatar:${s}`}]));
     }
     report('hostile', {wrong, texts: strings.map((s) => Array.from(utf8(s)))});
-  }, function megabyte() {
-    const big = 'x'.repeat(1 << 20) + '中' + 'y'.repeat(1000), bigId = 'i'.repeat(1 << 20);
-    put(big);
-    get('get');
-    get(bigId);
-    call('info', 'cordovaUserInfo', 'setUserInfo', JSON.stringify([{nickname: big, avatarSrc: 'a'}]));
-    const got = take();
-    report('megabyte', {answers: got.length, idMatches: got[1] !== undefined && got[1].id === bigId,
-                        resultMatches: got[0] !== undefined && got[0].result === `{"bundleVersion":"0.1.0","cacheVersion":"${big}"}`});
   }];
 
   const frames = () => {
@@ -133,21 +122,18 @@
     window.addEventListener('message', (event) => {
       if (seen.push(event.data) < 4) return;  // a static frame and a dynamic one, each with a nested frame
       report('frames', {frames: seen, topAnswers: take().map((a) => a.id)});
-      sessionStorage.setItem('navigated', '1');
-      location.href = 'second.html?case=back';
+      location.href = 'second.html?case=second';
     });
-    const add = (query) => document.body.appendChild(Object.assign(document.createElement('iframe'), {src: `frame.html?${query}`}));
-    document.addEventListener('DOMContentLoaded', () => {
-      add('depth=1&name=static').addEventListener('load', () => add('depth=1&name=dynamic'), {once: true});
-    });
+    const add = () => addFrame('depth=1&name=static').addEventListener('load', () => addFrame('depth=1&name=dynamic'), {once: true});
+    document.addEventListener('DOMContentLoaded', add);  // the second once the first has loaded
   };
 
-  const fetched = async (target, init) => {
+  const fetched = async (target, init = {cache: 'no-store'}) => {
     try {
-      const r = await fetch(target, init);
-      const body = await r.text();
-      return {target, status: r.status, cache: r.headers.get('X-HY-HASHMAP-CACHE'), headerNames: Array.from(r.headers.keys()),
-              body: body.slice(0, 200), json: r.headers.get('content-type') === 'application/json' ? JSON.parse(body) : null};
+      const r = await fetch(target, init), body = await r.text(), header = (name) => r.headers.get(name);
+      return {target, status: r.status, cache: header('X-HY-HASHMAP-CACHE'), headerNames: Array.from(r.headers.keys()),
+              server: header('server'), cacheControl: header('cache-control'), body: body.slice(0, 200),
+              json: header('content-type') === 'application/json' ? JSON.parse(body) : null};
     } catch (e) {
       return {target, error: String(e)};
     }
@@ -184,14 +170,13 @@
     });
     report('origin', out);
     const results = [];
-    for (const target of params.getAll('target')) results.push(await fetched(target, {cache: 'no-store'}));
+    for (const target of params.getAll('target')) results.push(await fetched(target));
     report('scheme', results);
-    // Four quadrants: a link, a link to a new window, window.open, and a button that says whether the page is
-    // still there and then, later than the click's gesture reaches, sends the view outside by script.
+    // Four quadrants: links, window.open, and a button that later (past the gesture) sends the view outside.
     const quadrant = (tag, text, style, onclick) => {
       const e = Object.assign(document.createElement(tag), {textContent: text, onclick});
       e.style = `position:fixed;width:50%;height:50%;border:1px solid;font:24px sans-serif;${style}`;
-      e.onmouseenter = () => report('hover', {text});
+      e.onmouseenter = () => report('hover', text);
       return document.body.appendChild(e);
     };
     quadrant('a', 'link', 'left:0;top:0').href = 'http://external.example.test/link?from=probe';
@@ -207,50 +192,68 @@
     report('layout', {width: innerWidth, height: innerHeight});
   };
 
-  if (testCase === 'bridge' && !sessionStorage.getItem('navigated')) {
+  if (testCase === 'bridge') {
     frames();
     for (const step of bridge) {
       mark(`mark_${step.name}`);
       step();
     }
     mark('markDone');
-  } else if (testCase === 'back') {
-    setTimeout(() => history.back(), 0);
   } else if (testCase === 'origin') {
     window.addEventListener('load', origin);
   } else if (testCase === 'search') {
     for (const name of ['showSuggestion', 'hideSuggestion', 'updateQuery', 'searchQuery', 'logout'])
-      window[name] = (...args) => report('call', {name, args});
+      window[name] = (...args) => report('call', `${name}(${args.join(',')})`);
     // A second history entry for the header's back and forward buttons, and a signed-in user.
     window.addEventListener('popstate', () => report('popstate', {hash: location.hash}));
     history.pushState(null, '', '#two');
     call('user', 'cordovaUserInfo', 'setUserInfo', JSON.stringify([{nickname: 'alice', avatarSrc: params.get('avatar')}]));
   } else if (testCase === 'login') {
-    // The first login fails, the second asks for a code (picture at the query's "code"), the third succeeds.
-    // "l" opens the window again; the page's selection is reported when the native Copy reaches it.
+    // Logins fail, ask for a code, then succeed; "l" opens the window again; Copy reports the selection.
+    const user = (method, ...args) => call('l', 'cordovaUserLogin', method, JSON.stringify(args));
     let attempts = 0;
     window.login = (...args) => {
       report('login', {args});
       attempts += 1;
-      if (attempts === 1) call('e', 'cordovaUserLogin', 'setLoginErrorMessage', JSON.stringify(['密码错误']));
-      if (attempts === 2) {
-        call('n', 'cordovaUserLogin', 'setLoginNeedVerifyCode', JSON.stringify(['true']));
-        call('i', 'cordovaUserLogin', 'setLoginVerifyCodeImageSrc', JSON.stringify([params.get('code')]));
-      }
-      if (attempts >= 3) call('status', 'cordovaUserLogin', 'setLoginStatus', JSON.stringify(['0']));
+      if (attempts === 1) user('setLoginErrorMessage', '密码错误');
+      if (attempts === 2) user('setLoginNeedVerifyCode', 'true'), user('setLoginVerifyCodeImageSrc', params.get('code'));
+      if (attempts >= 3) user('setLoginStatus', '0');
     };
-    document.addEventListener('keydown', (e) => { if (e.key === 'l') call('show', 'cordovaUserLogin', 'showLoginWindow', '[]'); });
+    document.addEventListener('keydown', (e) => { if (e.key === 'l') user('showLoginWindow'); });
     document.addEventListener('copy', () => report('copied', String(window.getSelection())));
     document.addEventListener('DOMContentLoaded', () => {
-      const text = document.body.appendChild(document.createElement('p'));
-      text.textContent = 'copy me';
-      window.getSelection().selectAllChildren(text);
+      window.getSelection().selectAllChildren(document.body.appendChild(Object.assign(document.createElement('p'), {textContent: 'copy me'})));
     });
     // Before the login window exists these have nothing to act on.
-    call('early', 'cordovaUserLogin', 'setLoginStatus', JSON.stringify(['0']));
-    call('early', 'cordovaUserLogin', 'setLoginErrorMessage', JSON.stringify(['no window yet']));
-    call('early', 'cordovaUserLogin', 'setLoginNeedVerifyCode', JSON.stringify(['true']));
-    call('show', 'cordovaUserLogin', 'showLoginWindow', JSON.stringify([{ignored: true}]));
+    for (const [method, value] of [['setLoginStatus', '0'], ['setLoginErrorMessage', 'no window yet'], ['setLoginNeedVerifyCode', 'true']])
+      user(method, value);
+    user('showLoginWindow', {ignored: true});
     report('login-shown', {answers: take()});
+  } else if (testCase === 'refresh' || testCase === 'miss') {
+    const BUILD = 'bundle';  // 'published' in the copy the web cache serves
+    let published = '';
+    window.zelNativeCallback = function (id, status, result) {
+      report('answer', {id, status, argc: arguments.length, result: result ?? null});
+      if (id === 'refresh' && published) {  // as the web app records the version a refresh has brought
+        put(published);
+        get('recorded');
+      }
+    };
+    (async () => {
+      report('cached', {build: BUILD, script: await fetched('js/probe.js')});
+      if (testCase === 'miss') {
+        report('miss', await fetched('missing.js'));
+        // Then a script from a server that never answers; a click takes the page elsewhere while it waits.
+        const src = `http://${params.get('stall')}/player/mac/www/stall.js`;
+        document.head.append(Object.assign(document.createElement('script'), {src}));
+        document.addEventListener('mousedown', () => { location.href = 'index.html?case=after'; });
+        report('waiting', {});
+      } else {
+        const version = await fetched(`version.txt?${Date.now()}`);
+        published = version.body.trim();
+        report('published', version);
+        call('refresh', 'cordovaAppUpdate', 'refreshWebCache', '[]');
+      }
+    })();
   }
 })();

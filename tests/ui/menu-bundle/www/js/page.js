@@ -1,10 +1,4 @@
-// The test page of the menu and media-key tests. It reports what happens as console lines
-// "PROBE <tag> <JSON>" (printable ASCII only, one line each):
-//   ready                      the page is set up (playlists sent to the native side)
-//   click {x, y}               a left click, in page pixels (the tests locate the web view with it)
-//   menuOpening {kind, x, y}   a right click asks for a native menu
-//   menuClosed {kind, calls}   the menu request returned; calls = the functions called meanwhile
-//   called {name, args, text, t}  the shell called a global function (text: "name(JSON, ...)"); t = wall-clock ms
+// The menu and media-key page: reports clicks, menu requests and the shell's calls as "PROBE <tag> <JSON>".
 (function () {
   'use strict';
   const ascii = (s) => s.replace(/[^\x20-\x7e]/g, (c) => '\\u' + c.charCodeAt(0).toString(16).padStart(4, '0'));
