@@ -103,6 +103,7 @@ TEST_F(WebApp, LivesAtItsServicesAddressAndStaysInItsFolderAndPage) {
     EXPECT_EQ(
         page["range"],
         json::parse(R"({"status":206,"contentRange":"bytes 100-199/16044","length":100,"cache":"local"})"));
+    EXPECT_EQ(page["beyond"], 416);
     EXPECT_EQ(page["media"], json::parse(R"({"duration":2,"at":1.5})"));
     EXPECT_EQ(page["socket"], "hello over the proxy");
     EXPECT_EQ(page["frame"], "undefined");

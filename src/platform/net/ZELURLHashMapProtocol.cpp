@@ -3,6 +3,7 @@
 #include "core/log/ZELLog.h"
 #include "core/web/WebAppAddress.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -52,18 +53,23 @@ bool ZELURLHashMapProtocol::deliverData(GInputStream* stream, const std::string&
     const bool ranged = soup_message_headers_get_one(request, "Range") != nullptr;
     goffset start = 0, length = size;
     if (ranged) {
+        // One range is what media players ask for; of several, the first is sent.
         SoupRange* ranges = nullptr;
         int count = 0;
-        if (!soup_message_headers_get_ranges(request, size, &ranges, &count) || count < 1) {
+        // The library takes a range that starts past the end as valid (its start after its end): no byte of
+        // it exists all the same.
+        const bool satisfiable = soup_message_headers_get_ranges(request, size, &ranges, &count) && count > 0;
+        if (satisfiable) {
+            start = ranges[0].start;
+            length = std::min<goffset>(ranges[0].end, size - 1) - start + 1;
+            soup_message_headers_free_ranges(request, ranges);
+        }
+        if (!satisfiable || start >= size || length < 1) {
             soup_server_message_set_status(msg_, SOUP_STATUS_REQUESTED_RANGE_NOT_SATISFIABLE, nullptr);
             const std::string unsatisfied = "bytes */" + std::to_string(size);
             soup_message_headers_replace(headers, "Content-Range", unsatisfied.c_str());
             return true;
         }
-        // One range is what media players ask for; of several, the first is sent.
-        start = ranges[0].start;
-        length = ranges[0].end - ranges[0].start + 1;
-        soup_message_headers_free_ranges(request, ranges);
         if (start > 0 && !g_seekable_seek(G_SEEKABLE(stream), start, G_SEEK_SET, nullptr, nullptr)) {
             return false;
         }

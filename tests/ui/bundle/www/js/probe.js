@@ -150,6 +150,7 @@
     const r = await fetch('media/tone.wav', {headers: {Range: 'bytes=100-199'}});
     out.range = {status: r.status, contentRange: r.headers.get('Content-Range'), length: (await r.arrayBuffer()).byteLength,
                  cache: r.headers.get('X-HY-HASHMAP-CACHE')};
+    out.beyond = (await fetch('media/tone.wav', {headers: {Range: 'bytes=20000-'}})).status;
     out.media = await new Promise((resolve) => {
       const audio = Object.assign(new Audio('media/tone.wav'), {muted: true});
       audio.onerror = () => resolve({error: audio.error && audio.error.code});
