@@ -1,14 +1,8 @@
 #include "platform/fs/ZELBackgroundDiskWorker.h"
 
+#include "platform/gobject/PostToContext.h"
+
 namespace zel::platform {
-namespace {
-
-struct Completion {
-    std::function<void()> done;
-    std::shared_ptr<bool> alive;
-};
-
-}  // namespace
 
 ZELBackgroundDiskWorker::ZELBackgroundDiskWorker()
     : context_(g_main_context_ref_thread_default()), thread_([this] { loop(); }) {}
@@ -52,22 +46,10 @@ void ZELBackgroundDiskWorker::loop() {
 }
 
 void ZELBackgroundDiskWorker::post(std::function<void()> done) {
-    // An idle source of its own rather than g_main_context_invoke, which would run the completion right here
-    // on this thread whenever it could acquire the context. Sources of one priority run in the order they
-    // were attached, so completions keep the jobs' order.
-    GSource* source = g_idle_source_new();
-    g_source_set_priority(source, G_PRIORITY_DEFAULT);
-    g_source_set_callback(
-        source,
-        [](gpointer data) -> gboolean {
-            const auto* completion = static_cast<Completion*>(data);
-            if (*completion->alive) completion->done();
-            return G_SOURCE_REMOVE;
-        },
-        new Completion{std::move(done), alive_},
-        [](gpointer data) { delete static_cast<Completion*>(data); });
-    g_source_attach(source, context_);
-    g_source_unref(source);
+    // Queued in the creating thread's context, in the jobs' order.
+    postToContext(context_, [alive = alive_, done = std::move(done)] {
+        if (*alive) done();
+    });
 }
 
 }  // namespace zel::platform

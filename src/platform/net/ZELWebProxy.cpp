@@ -1,6 +1,7 @@
 #include "platform/net/ZELWebProxy.h"
 
 #include "core/env/RandomToken.h"
+#include "platform/gobject/PostToContext.h"
 
 #include <future>
 #include <utility>
@@ -19,7 +20,7 @@ ZELWebProxy::ZELWebProxy(ZELURLProtocolDelegate& delegate, Marker marks)
 ZELWebProxy::~ZELWebProxy() {
     *self_ = nullptr;
     if (!thread_.joinable()) return;
-    post(context_.get(), [loop = loop_.get()] { g_main_loop_quit(loop); });
+    postToContext(context_.get(), [loop = loop_.get()] { g_main_loop_quit(loop); });
     thread_.join();
 }
 
@@ -53,30 +54,15 @@ void ZELWebProxy::serve(std::function<void(std::uint16_t)> listened) {
 }
 
 void ZELWebProxy::lookUp(std::uint64_t id, const std::string& url) {
-    post(owner_.get(), [self = self_, id, url] {
+    postToContext(owner_.get(), [self = self_, id, url] {
         ZELWebProxy* proxy = *self;
         if (proxy == nullptr) return;
         auto answer = std::make_shared<ZELLocalAnswer>(ZELURLHashMapProtocol::lookUp(&proxy->delegate_, url));
         // The proxy outlives this job: its destructor waits for the thread, which alone runs it.
-        post(proxy->context_.get(), [proxy, id, answer] {
+        postToContext(proxy->context_.get(), [proxy, id, answer] {
             if (proxy->server_) proxy->server_->answer(id, std::move(*answer));
         });
     });
-}
-
-void ZELWebProxy::post(GMainContext* context, std::function<void()> job) {
-    using Job = std::function<void()>;
-    GSource* source = g_idle_source_new();
-    g_source_set_priority(source, G_PRIORITY_DEFAULT);
-    g_source_set_callback(
-        source,
-        [](gpointer data) -> gboolean {
-            (*static_cast<Job*>(data))();
-            return G_SOURCE_REMOVE;
-        },
-        new Job(std::move(job)), [](gpointer data) { delete static_cast<Job*>(data); });
-    g_source_attach(source, context);
-    g_source_unref(source);
 }
 
 }  // namespace zel::platform

@@ -55,8 +55,6 @@ class ZELWebProxy {
     void serve(std::function<void(std::uint16_t)> listened);
     // The proxy's thread: has the delegate asked on the owner's thread, the answer sent back.
     void lookUp(std::uint64_t id, const std::string& url);
-    // Runs `job` once in `context`, on whichever thread iterates it; dropped if the context goes first.
-    static void post(GMainContext* context, std::function<void()> job);
 
     ZELURLProtocolDelegate& delegate_;
     Marker marks_;
