@@ -112,7 +112,7 @@ void ZELProxyServer::dispatch(SoupServerMessage* msg) {
     if ((method == SOUP_METHOD_GET || method == SOUP_METHOD_HEAD) && marks_(url)) {
         soup_server_message_pause(msg);
         const std::uint64_t id = ++lastLookup_;
-        waiting_.emplace(id, retained(msg));
+        waiting_.emplace(id, Waiting{retained(msg), url});
         lookUp_(id, url);
         return;
     }
@@ -122,11 +122,12 @@ void ZELProxyServer::dispatch(SoupServerMessage* msg) {
 void ZELProxyServer::answer(std::uint64_t id, ZELLocalAnswer answer) {
     const auto found = waiting_.find(id);
     if (found == waiting_.end()) return;
-    const GObjectPtr<SoupServerMessage> msg = std::move(found->second);
+    const Waiting waiting = std::move(found->second);
     waiting_.erase(found);
+    SoupServerMessage* msg = waiting.msg.get();
     bool handedOn = false;
     ZELURLHashMapProtocol protocol(
-        msg.get(), uriText(soup_server_message_get_uri(msg.get())),
+        msg, waiting.url,
         [this, &handedOn](SoupServerMessage* m, const std::string& real) {
             handedOn = true;
             startNetwork(m, real);
@@ -137,7 +138,7 @@ void ZELProxyServer::answer(std::uint64_t id, ZELLocalAnswer answer) {
         });
     protocol.startLoading(std::move(answer));
     // An answer made on the spot (an error, a range outside the file) goes out now.
-    if (!handedOn) soup_server_message_unpause(msg.get());
+    if (!handedOn) soup_server_message_unpause(msg);
 }
 
 void ZELProxyServer::startNetwork(SoupServerMessage* msg, const std::string& url) {

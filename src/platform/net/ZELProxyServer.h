@@ -80,8 +80,12 @@ class ZELProxyServer {
     GObjectPtr<SoupSession> session_;
     // Each running job, keyed by its address, with what stops it.
     std::unordered_map<const void*, std::shared_ptr<void>> running_;
-    // Marked requests waiting for their lookup, paused.
-    std::unordered_map<std::uint64_t, GObjectPtr<SoupServerMessage>> waiting_;
+    // Marked requests waiting for their lookup, paused, with their address.
+    struct Waiting {
+        GObjectPtr<SoupServerMessage> msg;
+        std::string url;
+    };
+    std::unordered_map<std::uint64_t, Waiting> waiting_;
     std::uint64_t lastLookup_ = 0;
 };
 

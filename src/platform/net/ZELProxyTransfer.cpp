@@ -175,10 +175,11 @@ void ZELProxyTransfer::responded(GObject* source, GAsyncResult* result) {
     if (soup_message_headers_get_one(received, "Date") != nullptr) soup_message_headers_remove(sent, "Date");
     copyFields(received, sent);
     const bool bodiless = isBodiless(upstream_.get());
-    if (soup_message_headers_get_encoding(received) == SOUP_ENCODING_CONTENT_LENGTH &&
-        soup_message_get_status(upstream_.get()) != SOUP_STATUS_NO_CONTENT) {
+    const bool sized = soup_message_headers_get_encoding(received) == SOUP_ENCODING_CONTENT_LENGTH;
+    const goffset length = soup_message_headers_get_content_length(received);
+    if (sized && soup_message_get_status(upstream_.get()) != SOUP_STATUS_NO_CONTENT) {
         // For HEAD and 304 this is the length a GET would have had: passed on, no body is sent.
-        soup_message_headers_set_content_length(sent, soup_message_headers_get_content_length(received));
+        soup_message_headers_set_content_length(sent, length);
     } else {
         // Chunks keep the client's connection open after a body that ends when the origin closes, and after
         // an answer without a body: the web view's network stack takes one with neither a length nor chunks
@@ -193,9 +194,7 @@ void ZELProxyTransfer::responded(GObject* source, GAsyncResult* result) {
         soup_server_message_unpause(msg_.get());
         return;
     }
-    const goffset length = soup_message_headers_get_content_length(received);
-    if (soup_message_headers_get_encoding(received) == SOUP_ENCODING_CONTENT_LENGTH &&
-        length <= static_cast<goffset>(ZELBodyPump::kPieceSize)) {
+    if (sized && length <= static_cast<goffset>(ZELBodyPump::kPieceSize)) {
         readWhole(std::move(owned), static_cast<gsize>(length));
         return;
     }
