@@ -51,6 +51,11 @@ class App : public testing::Test {
     std::map<std::string, std::optional<std::string>> environment() const;
     fs::path dataHome() const { return home_.path + "/data"; }
     fs::path workDir() const { return dataHome() / "Ostrelle"; }
+    // Runs on a copy of the test web app inside the home, which the scenario may change.
+    void copyBundle() {
+        fs::copy(bundle_, home_.path + "/bundle", fs::copy_options::recursive);
+        bundle_ = home_.path + "/bundle";
+    }
 
   public:
     // The desktop: windows, pointer and keys through xdotool, the application's actions over the bus.

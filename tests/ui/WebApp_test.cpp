@@ -56,8 +56,7 @@ class WebApp : public App {
     // A copy of the test web app with symbolic links out of its folder, and one that stays inside.
     void SetUp() override {
         const fs::path root = home_.path;
-        fs::copy(bundle_, root / "bundle", fs::copy_options::recursive);
-        bundle_ = root / "bundle";
+        copyBundle();
         fs::create_directories(root / "outside");
         std::ofstream(root / "outside/secret.txt") << kOutsideSecret;
         fs::create_symlink("../../outside/secret.txt", bundle_ / "www/link-out.txt");

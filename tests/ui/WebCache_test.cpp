@@ -15,8 +15,7 @@ class WebCache : public App {
   protected:
     void SetUp() override {
         const fs::path root = home_.path;
-        fs::copy(bundle_, root / "bundle", fs::copy_options::recursive);
-        bundle_ = root / "bundle";
+        copyBundle();
         // The published web app differs from the bundled one in its build mark.
         fs::copy(bundle_ / "www", root / "www", fs::copy_options::recursive);
         std::string probe = readFile(root / "www/js/probe.js");
