@@ -2,15 +2,12 @@
 
 #include "core/log/ZELLog.h"
 #include "platform/net/UriText.h"
-#include "platform/net/ZELProxyResolverCache.h"
 
 #include <string>
 #include <utility>
 
 namespace zel::platform {
 namespace {
-
-constexpr gint64 kResolverLifetime = 5 * G_USEC_PER_SEC;
 
 bool isUpgrade(SoupServerMessage* msg) {
     SoupMessageHeaders* headers = soup_server_message_get_request_headers(msg);
@@ -20,7 +17,8 @@ bool isUpgrade(SoupServerMessage* msg) {
 
 }  // namespace
 
-ZELProxyServer::ZELProxyServer(std::string user, std::string secret, Marker marks, Lookup lookUp)
+ZELProxyServer::ZELProxyServer(std::string user, std::string secret, Marker marks, Lookup lookUp,
+                               GProxyResolver* resolver)
     : user_(std::move(user)),
       secret_(std::move(secret)),
       marks_(std::move(marks)),
@@ -28,16 +26,13 @@ ZELProxyServer::ZELProxyServer(std::string user, std::string secret, Marker mark
     server_.reset(soup_server_new(nullptr, nullptr));
     // Like a browser's own connections: as many per host as a page opens, no time limit of the session's own
     // (long polls and streams are the page's business), idle connections closed after a minute.
-    // The system's proxy resolver decides, its answers kept for a few seconds per destination.
-    GObjectPtr<GProxyResolver> resolver(
-        newProxyResolverCache(g_proxy_resolver_get_default(), kResolverLifetime));
     session_.reset(soup_session_new_with_options("max-conns", 64, "max-conns-per-host", 16, "timeout", 0u,
-                                                 "idle-timeout", 60u, "proxy-resolver", resolver.get(),
-                                                 nullptr));
+                                                 "idle-timeout", 60u, "proxy-resolver", resolver, nullptr));
     soup_session_remove_feature_by_type(session_.get(), SOUP_TYPE_AUTH_MANAGER);
     soup_session_remove_feature_by_type(session_.get(), SOUP_TYPE_CONTENT_DECODER);
 
     soup_server_add_handler(server_.get(), nullptr, &ZELProxyServer::handle, this, nullptr);
+    // Its clients are the relay, which passes the credentials on, and whoever else finds the port.
     SoupAuthDomain* domain = soup_auth_domain_basic_new("realm", "Ostrelle", "proxy", TRUE, nullptr);
     soup_auth_domain_basic_set_auth_callback(
         domain,
@@ -46,15 +41,6 @@ ZELProxyServer::ZELProxyServer(std::string user, std::string secret, Marker mark
             auto* proxy = static_cast<ZELProxyServer*>(self);
             return user != nullptr && password != nullptr && proxy->user_ == user &&
                    proxy->secret_ == password;
-        },
-        this, nullptr);
-    // The web view's network process is one of ours: it is let in without a challenge, which its network
-    // stack would otherwise meet on every request (it never sends proxy credentials before being asked).
-    soup_auth_domain_set_filter(
-        domain,
-        [](SoupAuthDomain*, SoupServerMessage* msg, gpointer self) -> gboolean {
-            return !static_cast<ZELProxyServer*>(self)->peers_.isOwnChild(
-                soup_server_message_get_socket(msg));
         },
         this, nullptr);
     soup_server_add_auth_domain(server_.get(), domain);

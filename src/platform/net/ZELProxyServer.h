@@ -1,25 +1,22 @@
-// The web view's HTTP proxy server on 127.0.0.1 (a random port), confined to the thread whose thread-default
-// main context was current when it was made (the web proxy's own thread): every call, callback and job runs
-// there.
+// The web view's HTTP proxy for everything its relay (ZELProxyRelay) does not pass straight to an origin,
+// confined to the thread whose thread-default main context was current when it was made (the web proxy's own
+// thread): every call, callback and job runs there.
 //
 // - A request the marker marks (the web app's own files) is paused while its owner looks it up (lookUp, which
 //   may take its time on another thread and hands the delegate's answer back through answer()); then a
 //   ZELURLHashMapProtocol answers it: a file from disk, or the network's answer for the build address.
 // - Every other request is forwarded to where it was going, as it was made (ZELProxyTransfer); a WebSocket
 //   upgrade or a CONNECT is tunnelled (ZELProxyTunnel).
-// - Only the web view may use it: a connection from a process this one started (the web view's network
-//   process) is let in; any other must carry proxy credentials with the secret (Basic, which the web view
-//   also answers when asked, should the first check fail). Only absolute-form requests for other hosts are
-//   served; anything else gets 407 or 400 and nothing is forwarded.
+// - Every request must carry the proxy credentials (Basic; the relay adds them). Only absolute-form requests
+//   for other hosts are served; anything else gets 407 or 400 and nothing is forwarded.
 //
-// Upstream, a session of its own with no cookie jar, cache, decoder or authentication, and the system's proxy
+// Upstream, a session of its own with no cookie jar, cache, decoder or authentication, and the given proxy
 // resolver, so the user's proxy settings still hold. Owns the server, the session and every transfer and
 // tunnel; destroying it closes them.
 #pragma once
 
 #include "platform/net/GObjectPtr.h"
 #include "platform/net/ZELBodyPump.h"
-#include "platform/net/ZELLoopbackPeer.h"
 #include "platform/net/ZELProxyTransfer.h"
 #include "platform/net/ZELProxyTunnel.h"
 #include "platform/net/ZELURLHashMapProtocol.h"
@@ -41,7 +38,9 @@ class ZELProxyServer {
     // Asks for the delegate's answer for a marked address; the answer comes back through answer(id, ...).
     using Lookup = std::function<void(std::uint64_t id, const std::string& url)>;
 
-    ZELProxyServer(std::string user, std::string secret, Marker marks, Lookup lookUp);
+    // resolver: the system's proxy resolver (or a cache of it), referenced by the session.
+    ZELProxyServer(std::string user, std::string secret, Marker marks, Lookup lookUp,
+                   GProxyResolver* resolver);
     ~ZELProxyServer();
     ZELProxyServer(const ZELProxyServer&) = delete;
     ZELProxyServer& operator=(const ZELProxyServer&) = delete;
@@ -74,7 +73,6 @@ class ZELProxyServer {
     Marker marks_;
     Lookup lookUp_;
     std::uint16_t port_ = 0;
-    ZELLoopbackPeer peers_;
     GObjectPtr<SoupServer> server_;
     GObjectPtr<SoupAuthDomain> authDomain_;
     GObjectPtr<SoupSession> session_;

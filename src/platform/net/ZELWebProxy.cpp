@@ -2,11 +2,17 @@
 
 #include "core/env/RandomToken.h"
 #include "platform/gobject/PostToContext.h"
+#include "platform/net/ZELProxyResolverCache.h"
 
 #include <future>
 #include <utility>
 
 namespace zel::platform {
+namespace {
+
+constexpr gint64 kResolverLifetime = 5 * G_USEC_PER_SEC;
+
+}  // namespace
 
 ZELWebProxy::ZELWebProxy(ZELURLProtocolDelegate& delegate, Marker marks)
     : delegate_(delegate),
@@ -40,11 +46,20 @@ std::string ZELWebProxy::uri() const {
 
 void ZELWebProxy::serve(std::function<void(std::uint16_t)> listened) {
     g_main_context_push_thread_default(context_.get());
+    // The system's resolver decides where each destination goes, its answers kept for a few seconds.
+    GObjectPtr<GProxyResolver> resolver(
+        newProxyResolverCache(g_proxy_resolver_get_default(), kResolverLifetime));
     server_ = std::make_unique<ZELProxyServer>(
-        user_, secret_, marks_, [this](std::uint64_t id, const std::string& url) { lookUp(id, url); });
-    const bool listening = server_->listen();
-    listened(listening ? server_->port() : 0);
+        user_, secret_, marks_, [this](std::uint64_t id, const std::string& url) { lookUp(id, url); },
+        resolver.get());
+    bool listening = server_->listen();
+    if (listening) {
+        relay_ = std::make_unique<ZELProxyRelay>(user_, secret_, marks_, server_->port(), resolver.get());
+        listening = relay_->listen();
+    }
+    listened(listening ? relay_->port() : 0);
     if (listening) g_main_loop_run(loop_.get());
+    relay_.reset();
     server_.reset();
     // What the closed connections and the aborted session still have to finish, while their context is
     // current.

@@ -1,5 +1,7 @@
-// The web view's HTTP proxy: a ZELProxyServer on a thread of its own, so that passing the page's requests on
-// never waits for the user interface to draw, nor the user interface for a request.
+// The web view's HTTP proxy on a thread of its own, so that passing the page's requests on never waits for
+// the user interface to draw, nor the user interface for a request: a relay (ZELProxyRelay, the port the web
+// view uses) that takes plain requests straight to their origins, and behind it the proxy server
+// (ZELProxyServer) for the web app's files and everything else.
 //
 // The web app's own files (the addresses the marker marks) are looked up through the delegate on the thread
 // that made the proxy, the one the delegate lives on, and answered on the proxy's thread; everything else
@@ -12,6 +14,7 @@
 #pragma once
 
 #include "core/cache/ZELURLProtocolDelegate.h"
+#include "platform/net/ZELProxyRelay.h"
 #include "platform/net/ZELProxyServer.h"
 
 #include <glib.h>
@@ -69,6 +72,7 @@ class ZELWebProxy {
     std::shared_ptr<ZELWebProxy*> self_;
     // The proxy's thread only.
     std::unique_ptr<ZELProxyServer> server_;
+    std::unique_ptr<ZELProxyRelay> relay_;
     std::thread thread_;
 };
 
