@@ -74,8 +74,54 @@ TEST_F(DownloadersTest, ADestroyedFactoryNeverCallsBack) {
     EXPECT_TRUE(bodies.empty());
 }
 
+// A libsoup client using the web proxy with its credentials, as the web view does.
+struct WebProxyTest : testing::Test {
+    void SetUp() override {
+        ASSERT_TRUE(proxy.listen());
+        resolver.reset(g_simple_proxy_resolver_new(proxy.uri().c_str(), nullptr));
+        client.reset(soup_session_new_with_options("proxy-resolver", resolver.get(), nullptr));
+        const std::string pair = proxy.user() + ":" + proxy.secret();
+        gchar* encoded = g_base64_encode(reinterpret_cast<const guchar*>(pair.data()), pair.size());
+        credentials = std::string("Basic ") + encoded;
+        g_free(encoded);
+    }
+    // Sends a request and waits for the whole answer; a body of -1 bytes goes in chunks.
+    std::string send(SoupMessage* message, const std::string& body = {}, bool chunked = false) {
+        SoupMessageHeaders* headers = soup_message_get_request_headers(message);
+        soup_message_headers_replace(headers, "Proxy-Authorization", credentials.c_str());
+        soup_message_headers_replace(headers, "X-Page", "p");
+        if (!body.empty()) {
+            GObjectPtr<GInputStream> stream(
+                g_memory_input_stream_new_from_data(body.data(), body.size(), nullptr));
+            soup_message_set_request_body(message, "text/plain", stream.get(), chunked ? -1 : body.size());
+        }
+        GBytes* received = nullptr;
+        soup_session_send_and_read_async(
+            client.get(), message, G_PRIORITY_DEFAULT, nullptr,
+            +[](GObject* session, GAsyncResult* result, gpointer out) {
+                *static_cast<GBytes**>(out) =
+                    soup_session_send_and_read_finish(SOUP_SESSION(session), result, nullptr);
+            },
+            &received);
+        EXPECT_TRUE(test::waitFor([&] { return received != nullptr; }));
+        std::string text;
+        if (received != nullptr) {
+            text.assign(static_cast<const char*>(g_bytes_get_data(received, nullptr)),
+                        g_bytes_get_size(received));
+            g_bytes_unref(received);
+        }
+        return text;
+    }
+
+    ZELURLProtocolDelegate noFiles;
+    ZELWebProxy proxy{noFiles, [](const std::string&) { return false; }};
+    GObjectPtr<GProxyResolver> resolver;
+    GObjectPtr<SoupSession> client;
+    std::string credentials;
+};
+
 // The web view drops a connection after an answer that ends at close: every kind must keep it, with one Date.
-TEST(WebProxyTest, EveryKindOfAnswerKeepsTheClientsConnection) {
+TEST_F(WebProxyTest, EveryKindOfAnswerKeepsTheClientsConnection) {
     test::Loopback origin{[](SoupServerMessage* message, const std::string& path) {
         if (path == "/204-length")  // as most servers send it (a SoupServer never would)
             return test::Loopback::writeRaw(message, "HTTP/1.1 204 No Content\r\nContent-Length: 0\r\n\r\n");
@@ -88,15 +134,6 @@ TEST(WebProxyTest, EveryKindOfAnswerKeepsTheClientsConnection) {
         if (path == "/eof") soup_message_headers_set_encoding(headers, SOUP_ENCODING_EOF);
         soup_message_body_complete(soup_server_message_get_response_body(message));
     }};
-    ZELURLProtocolDelegate noFiles;
-    ZELWebProxy proxy(noFiles, [](const std::string&) { return false; });
-    ASSERT_TRUE(proxy.listen());
-    GObjectPtr<GProxyResolver> resolver(g_simple_proxy_resolver_new(proxy.uri().c_str(), nullptr));
-    GObjectPtr<SoupSession> client(soup_session_new_with_options("proxy-resolver", resolver.get(), nullptr));
-    const std::string pair = proxy.user() + ":" + proxy.secret();
-    gchar* encoded = g_base64_encode(reinterpret_cast<const guchar*>(pair.data()), pair.size());
-    const std::string credentials = std::string("Basic ") + encoded;
-    g_free(encoded);
     std::set<guint64> connections;
     for (const auto& [method, path, length] : {std::tuple{"GET", "/204", 0u},
                                                {"GET", "/304", 0u},
@@ -108,25 +145,41 @@ TEST(WebProxyTest, EveryKindOfAnswerKeepsTheClientsConnection) {
                                                {"GET", "/204", 0u}}) {
         SCOPED_TRACE(std::string(method) + " " + path);
         GObjectPtr<SoupMessage> message(soup_message_new(method, ("http://" + origin.host() + path).c_str()));
-        soup_message_headers_replace(soup_message_get_request_headers(message.get()), "Proxy-Authorization",
-                                     credentials.c_str());
-        GBytes* received = nullptr;
-        soup_session_send_and_read_async(
-            client.get(), message.get(), G_PRIORITY_DEFAULT, nullptr,
-            +[](GObject* session, GAsyncResult* result, gpointer out) {
-                *static_cast<GBytes**>(out) =
-                    soup_session_send_and_read_finish(SOUP_SESSION(session), result, nullptr);
-            },
-            &received);
-        ASSERT_TRUE(test::waitFor([&] { return received != nullptr; }));
-        EXPECT_EQ(g_bytes_get_size(received), length);
-        g_bytes_unref(received);
+        EXPECT_EQ(send(message.get()).size(), length);
         SoupMessageHeaders* headers = soup_message_get_response_headers(message.get());
         EXPECT_STREQ(soup_message_headers_get_list(headers, "Date"),
                      soup_message_headers_get_one(headers, "Date"));
         connections.insert(soup_message_get_connection_id(message.get()));
     }
     EXPECT_EQ(connections.size(), 1u);
+}
+
+// Small bodies go to the origin whole, larger and chunked ones stream through the proxy server: either way
+// the origin gets the request as the page made it, without the proxy's credentials; and a pooled connection
+// the origin has closed meanwhile is not sent on.
+TEST_F(WebProxyTest, RequestsReachTheOriginAsMade) {
+    test::Loopback origin{[](SoupServerMessage* message, const std::string& path) {
+        if (path == "/once")
+            return test::Loopback::writeRaw(message, "HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\nonce");
+        SoupMessageHeaders* headers = soup_server_message_get_request_headers(message);
+        const std::string seen =
+            std::string(soup_server_message_get_method(message)) + " " +
+            std::to_string(soup_server_message_get_request_body(message)->length) + " " +
+            soup_message_headers_get_one(headers, "X-Page") +
+            (soup_message_headers_get_one(headers, "Proxy-Authorization") ? " +auth" : "");
+        soup_server_message_set_status(message, 200, nullptr);
+        soup_server_message_set_response(message, "text/plain", SOUP_MEMORY_COPY, seen.data(), seen.size());
+    }};
+    for (const auto& [method, path, size, chunked, expected] :
+         {std::tuple{"POST", "/small", 1000, false, "POST 1000 p"},
+          {"PUT", "/large", 300000, false, "PUT 300000 p"},
+          {"POST", "/chunked", 5000, true, "POST 5000 p"},
+          {"GET", "/once", 0, false, "once"},
+          {"GET", "/after", 0, false, "GET 0 p"}}) {
+        SCOPED_TRACE(path);
+        GObjectPtr<SoupMessage> message(soup_message_new(method, ("http://" + origin.host() + path).c_str()));
+        EXPECT_EQ(send(message.get(), std::string(size, 'x'), chunked), expected);
+    }
 }
 
 }  // namespace
