@@ -3,8 +3,8 @@
 // network process in this way without a challenge on every new connection.
 //
 // Linux only. Every failure (no /proc, a process gone meanwhile, a table it cannot read, a peer that has
-// already hung up) answers "not ours", so the caller falls back to its challenge. One thread (the proxy
-// server's); reads small /proc files synchronously (they live in memory, not on disk).
+// already hung up) answers "not ours", so the caller falls back to its challenge. One thread (the web
+// proxy relay's); reads small /proc files synchronously (they live in memory, not on disk).
 #pragma once
 
 #include <gio/gio.h>
