@@ -210,8 +210,7 @@ void ZELRelayConnection::route(std::size_t headSize) {
         return;
     }
     in_.erase(0, headSize);
-    uploadLeft_ = request_.body.length;
-    uploadChunks_ = http::ZELChunkedReader();
+    upload_ = http::ZELBodyReader(request_.body);
     phase_ = Phase::Upload;
     toServer(head_, "");
 }
@@ -306,26 +305,12 @@ void ZELRelayConnection::toServer(std::string head, std::string body) {
 bool ZELRelayConnection::upload() {
     if (!upstream_.stream) return false;
     const std::size_t room = upstream_.out.size() < kPiece ? kPiece - upstream_.out.size() : 0;
-    std::size_t count = 0;
-    bool done = false;
-    switch (request_.body.kind) {
-        case ZELBodyFraming::Length:
-            count = static_cast<std::size_t>(std::min<std::uint64_t>({uploadLeft_, in_.size(), room}));
-            uploadLeft_ -= count;
-            done = uploadLeft_ == 0;
-            break;
-        case ZELBodyFraming::Chunked:
-            count = uploadChunks_.feed(std::string_view(in_).substr(0, room));
-            if (uploadChunks_.failed()) {
-                finish();
-                return false;
-            }
-            done = uploadChunks_.done();
-            break;
-        default:
-            done = true;
-            break;
+    const std::size_t count = upload_.feed(std::string_view(in_).substr(0, room));
+    if (upload_.failed()) {
+        finish();
+        return false;
     }
+    const bool done = upload_.done();
     move(in_, upstream_.out, count);
     if (done) {
         phase_ = Phase::AnswerHead;
@@ -383,8 +368,7 @@ bool ZELRelayConnection::readAnswerHead() {
                         kind != ZELBodyFraming::UntilClose && kind != ZELBodyFraming::Tunnel;
         closeAfter_ = request_.closeAfter || (answer_.close && !rechunk_) ||
                       (kind == ZELBodyFraming::UntilClose && !rechunk_);
-        answerLeft_ = answer_.body.length;
-        answerChunks_ = http::ZELChunkedReader();
+        answerBody_ = http::ZELBodyReader(answer_.body);
         phase_ = kind == ZELBodyFraming::Tunnel ? Phase::Tunnel : Phase::AnswerBody;
         return true;
     }
@@ -408,40 +392,24 @@ bool ZELRelayConnection::readAnswerHead() {
 
 bool ZELRelayConnection::passAnswerBody() {
     const std::size_t room = client_.out.size() < kPiece ? kPiece - client_.out.size() : 0;
-    std::size_t count = 0;
-    bool done = false;
-    switch (answer_.body.kind) {
-        case ZELBodyFraming::Length:
-            count = static_cast<std::size_t>(std::min<std::uint64_t>({answerLeft_, answerIn_.size(), room}));
-            answerLeft_ -= count;
-            done = answerLeft_ == 0;
-            break;
-        case ZELBodyFraming::Chunked:
-            count = answerChunks_.feed(std::string_view(answerIn_).substr(0, room));
-            done = answerChunks_.done();
-            if (answerChunks_.failed()) {
-                move(answerIn_, client_.out, count);
-                keepUpstream_ = false;
-                closeAfter_ = true;
-                done = true;
-            }
-            break;
-        case ZELBodyFraming::UntilClose:
-            count = std::min(answerIn_.size(), room);
-            done = upstream_.ended && answerIn_.size() == count;
-            if (rechunk_ && count > 0) {
-                char size[20];
-                client_.out += std::string_view(size, std::snprintf(size, sizeof size, "%zx\r\n", count));
-                move(answerIn_, client_.out, count);
-                client_.out += "\r\n";
-                count = 0;
-                if (!done) return true;
-            }
-            if (rechunk_ && done) client_.out += "0\r\n\r\n";
-            break;
-        default:
-            done = true;
-            break;
+    std::size_t count = answerBody_.feed(std::string_view(answerIn_).substr(0, room));
+    bool done = answerBody_.done();
+    if (answerBody_.failed()) {
+        // The client cannot find the end either: it learns of it as the connection closes.
+        keepUpstream_ = false;
+        closeAfter_ = true;
+        done = true;
+    } else if (answer_.body.kind == ZELBodyFraming::UntilClose) {
+        done = upstream_.ended && answerIn_.size() == count;
+        if (rechunk_ && count > 0) {
+            char size[20];
+            client_.out += std::string_view(size, std::snprintf(size, sizeof size, "%zx\r\n", count));
+            move(answerIn_, client_.out, count);
+            client_.out += "\r\n";
+            count = 0;
+            if (!done) return true;
+        }
+        if (rechunk_ && done) client_.out += "0\r\n\r\n";
     }
     move(answerIn_, client_.out, count);
     if (done) {

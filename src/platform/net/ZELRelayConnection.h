@@ -22,6 +22,7 @@
 // relay's thread only (its thread-default main context).
 #pragma once
 
+#include "core/http/ZELBodyReader.h"
 #include "core/http/ZELMessageFraming.h"
 #include "platform/net/GObjectPtr.h"
 #include "platform/net/ZELRelayHead.h"
@@ -114,12 +115,10 @@ class ZELRelayConnection : public std::enable_shared_from_this<ZELRelayConnectio
     bool direct_ = false;  // upstream is the origin (else the proxy server)
     bool reusedUpstream_ = false;
     bool retried_ = false;
-    std::uint64_t uploadLeft_ = 0;
-    http::ZELChunkedReader uploadChunks_;
+    http::ZELBodyReader upload_;
     ZELRelayAnswer answer_;
     bool answerStarted_ = false;
-    std::uint64_t answerLeft_ = 0;
-    http::ZELChunkedReader answerChunks_;
+    http::ZELBodyReader answerBody_;
     bool rechunk_ = false;  // the answer's body goes out in chunks of the relay's own
     bool keepUpstream_ = false;
     bool closeAfter_ = false;
