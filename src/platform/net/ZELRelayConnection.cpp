@@ -41,7 +41,7 @@ void move(std::string& from, std::string& to, std::size_t count) {
 
 ZELRelayConnection::ZELRelayConnection(Shared& shared, GObjectPtr<GSocketConnection> client, Closed closed)
     : shared_(shared), closed_(std::move(closed)) {
-    attach(client_, std::move(client));
+    attach(client_, ZELUpstreamPool::Connection{std::move(client), nullptr});
 }
 
 ZELRelayConnection::~ZELRelayConnection() {
@@ -49,22 +49,30 @@ ZELRelayConnection::~ZELRelayConnection() {
     upstream_.watch.reset();
     if (client_.stream) g_io_stream_close(G_IO_STREAM(client_.stream.get()), nullptr, nullptr);
     if (upstream_.stream) g_io_stream_close(G_IO_STREAM(upstream_.stream.get()), nullptr, nullptr);
-    if (idleServer_) g_io_stream_close(G_IO_STREAM(idleServer_.get()), nullptr, nullptr);
+    idleServer_.watch.reset();
+    if (idleServer_.stream) g_io_stream_close(G_IO_STREAM(idleServer_.stream.get()), nullptr, nullptr);
 }
 
-void ZELRelayConnection::attach(Side& side, GObjectPtr<GSocketConnection> stream) {
+void ZELRelayConnection::attach(Side& side, ZELUpstreamPool::Connection connection) {
     side = Side{};
-    side.stream = std::move(stream);
+    side.stream = std::move(connection.stream);
     GSocket* socket = g_socket_connection_get_socket(side.stream.get());
-    g_socket_set_option(socket, IPPROTO_TCP, TCP_NODELAY, TRUE, nullptr);
     side.fd = g_socket_get_fd(socket);
     const bool isClient = &side == &client_;
-    side.watch = std::make_unique<ZELSocketWatch>(side.fd, [this, isClient](GIOCondition happened) {
+    // Upstream connections come without Nagle's delay from where they are made, once.
+    if (isClient) g_socket_set_option(socket, IPPROTO_TCP, TCP_NODELAY, TRUE, nullptr);
+    auto handler = [this, isClient](GIOCondition happened) {
         Side& s = isClient ? client_ : upstream_;
         if (happened & (G_IO_IN | G_IO_HUP | G_IO_ERR)) s.readable = true;
-        if (happened & (G_IO_OUT | G_IO_ERR)) s.writable = true;
+        if (happened & (G_IO_OUT | G_IO_HUP | G_IO_ERR)) s.writable = true;
         advance();
-    });
+    };
+    side.watch = std::move(connection.watch);
+    if (side.watch) {
+        side.watch->setHandler(std::move(handler));
+    } else {
+        side.watch = std::make_unique<ZELSocketWatch>(side.fd, std::move(handler));
+    }
 }
 
 void ZELRelayConnection::start() {
@@ -77,12 +85,16 @@ void ZELRelayConnection::advance() {
     // finish() hands this connection back to the relay, which may let it go: it must live to the end of the
     // turn.
     const std::shared_ptr<ZELRelayConnection> self = shared_from_this();
-    while (phase_ != Phase::Done && step()) {
+    while (phase_ != Phase::Done) {
+        if (step()) continue;
+        // Writing waits until nothing more can be done, so that what a turn gathers (an answer's head and its
+        // body) goes out in one piece.
+        if (!flushBoth()) break;
     }
     if (phase_ != Phase::Done) updateWatches();
 }
 
-bool ZELRelayConnection::step() {
+bool ZELRelayConnection::flushBoth() {
     const std::size_t waiting = client_.out.size() + upstream_.out.size();
     if (!flush(client_)) {
         finish();
@@ -91,23 +103,27 @@ bool ZELRelayConnection::step() {
     if (upstream_.stream && !flush(upstream_)) {
         upstream_.ended = true;
         upstream_.out.clear();
+        return true;
     }
-    const bool wrote = client_.out.size() + upstream_.out.size() != waiting;
+    return client_.out.size() + upstream_.out.size() != waiting;
+}
+
+bool ZELRelayConnection::step() {
     switch (phase_) {
         case Phase::Head:
-            return readHead() || wrote;
+            return readHead();
         case Phase::WholeBody:
-            return readWholeBody() || wrote;
+            return readWholeBody();
         case Phase::Connecting:
-            return watchClient() || wrote;
+            return watchClient();
         case Phase::Upload:
-            return upload() || wrote;
+            return upload();
         case Phase::AnswerHead:
-            return readAnswerHead() || wrote;
+            return readAnswerHead();
         case Phase::AnswerBody:
-            return passAnswerBody() || wrote;
+            return passAnswerBody();
         case Phase::Tunnel:
-            return tunnel() || wrote;
+            return tunnel();
         case Phase::Closing:
             if (client_.out.empty() && upstream_.out.empty()) finish();
             return false;
@@ -245,7 +261,7 @@ void ZELRelayConnection::toOrigin() {
         return;
     }
     reusedUpstream_ = pooled->reused;
-    attach(upstream_, std::move(pooled->stream));
+    attach(upstream_, std::move(*pooled));
     upstream_.out = sent_;
     phase_ = Phase::AnswerHead;
 }
@@ -258,7 +274,7 @@ void ZELRelayConnection::connected(ZELUpstreamPool::Outcome outcome) {
     }
     if (outcome.connection) {
         reusedUpstream_ = false;
-        attach(upstream_, std::move(outcome.connection->stream));
+        attach(upstream_, std::move(*outcome.connection));
         upstream_.out = sent_;
         phase_ = Phase::AnswerHead;
     } else if (!outcome.direct) {
@@ -274,27 +290,32 @@ void ZELRelayConnection::connected(ZELUpstreamPool::Outcome outcome) {
 void ZELRelayConnection::toServer(std::string head, std::string body) {
     direct_ = false;
     reusedUpstream_ = false;
-    GObjectPtr<GSocketConnection> server = std::move(idleServer_);
-    if (server) {
-        pollfd probe{g_socket_get_fd(g_socket_connection_get_socket(server.get())), POLLIN | POLLRDHUP, 0};
+    ZELUpstreamPool::Connection server = std::move(idleServer_);
+    idleServer_ = {};
+    if (server.stream) {
+        pollfd probe{g_socket_get_fd(g_socket_connection_get_socket(server.stream.get())), POLLIN | POLLRDHUP,
+                     0};
         if (poll(&probe, 1, 0) != 0) {
-            g_io_stream_close(G_IO_STREAM(server.get()), nullptr, nullptr);
-            server.reset();
+            server.watch.reset();
+            g_io_stream_close(G_IO_STREAM(server.stream.get()), nullptr, nullptr);
+            server = {};
         }
     }
-    if (!server) {
+    if (!server.stream) {
         GObjectPtr<GSocketClient> connector(g_socket_client_new());
         g_socket_client_set_enable_proxy(connector.get(), FALSE);
         GError* error = nullptr;
         // A loopback connect completes at once: the server's listening socket takes it.
-        server.reset(g_socket_client_connect_to_host(connector.get(), "127.0.0.1", shared_.serverPort,
-                                                     nullptr, &error));
-        if (!server) {
+        server.stream.reset(g_socket_client_connect_to_host(connector.get(), "127.0.0.1", shared_.serverPort,
+                                                            nullptr, &error));
+        if (!server.stream) {
             const std::string reason = error->message;
             g_error_free(error);
             badGateway(reason);
             return;
         }
+        g_socket_set_option(g_socket_connection_get_socket(server.stream.get()), IPPROTO_TCP, TCP_NODELAY,
+                            TRUE, nullptr);
     }
     attach(upstream_, std::move(server));
     upstream_.out = rewriteHead(head, firstLine(head), "proxy-authorization,expect",
@@ -431,12 +452,13 @@ void ZELRelayConnection::answerDone() {
     // Bytes past the end of the answer were never asked for: the connection is not to be trusted again.
     if (!answerIn_.empty()) keepUpstream_ = false;
     if (keepUpstream_ && !upstream_.ended && upstream_.out.empty()) {
-        upstream_.watch.reset();
+        ZELUpstreamPool::Connection kept{std::move(upstream_.stream), std::move(upstream_.watch)};
+        kept.watch->watch(static_cast<GIOCondition>(0));
+        kept.watch->setHandler([](GIOCondition) {});
         if (direct_) {
-            shared_.pool.put(request_.host, request_.port,
-                             ZELUpstreamPool::Connection{std::move(upstream_.stream)});
+            shared_.pool.put(request_.host, request_.port, std::move(kept));
         } else {
-            idleServer_ = std::move(upstream_.stream);
+            idleServer_ = std::move(kept);
         }
         upstream_ = Side{};
     } else {

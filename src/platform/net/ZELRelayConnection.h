@@ -72,7 +72,10 @@ class ZELRelayConnection : public std::enable_shared_from_this<ZELRelayConnectio
     };
 
     void advance();
+    // One piece of the phase's work: false when it must wait (for bytes, or for room to put them).
     bool step();
+    // Writes what waits for either side: false when nothing went (or the client failed, which finishes).
+    bool flushBoth();
     bool readHead();
     bool readWholeBody();
     bool upload();
@@ -86,7 +89,8 @@ class ZELRelayConnection : public std::enable_shared_from_this<ZELRelayConnectio
     // Sends the request to the proxy server; on failure answers 502 and leaves the phase badGateway chose.
     void toServer(std::string head, std::string body);
     void connected(ZELUpstreamPool::Outcome outcome);
-    void attach(Side& side, GObjectPtr<GSocketConnection> stream);
+    // Makes the connection this side's, with its watch if it brings one.
+    void attach(Side& side, ZELUpstreamPool::Connection connection);
     void answerDone();
     void dropUpstream();
     void refuse(const char* status, const std::string& extraFields, bool close);
@@ -123,7 +127,7 @@ class ZELRelayConnection : public std::enable_shared_from_this<ZELRelayConnectio
     bool keepUpstream_ = false;
     bool closeAfter_ = false;
     // The connection to the proxy server between its requests.
-    GObjectPtr<GSocketConnection> idleServer_;
+    ZELUpstreamPool::Connection idleServer_;
 };
 
 }  // namespace zel::platform

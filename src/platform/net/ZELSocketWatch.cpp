@@ -3,12 +3,18 @@
 #include <utility>
 
 namespace zel::platform {
-ZELSocketWatch::ZELSocketWatch(int fd, Handler handler) : handler_(std::move(handler)) {
-    // Without prepare and check functions, GLib dispatches the source when its descriptor reports an event.
-    static GSourceFuncs funcs = {nullptr, nullptr, &ZELSocketWatch::dispatch, nullptr, nullptr, nullptr};
+
+ZELSocketWatch::ZELSocketWatch(int fd, Handler handler) : handler_(std::move(handler)), poll_{fd, 0, 0} {
+    static GSourceFuncs funcs = {nullptr, &ZELSocketWatch::check, &ZELSocketWatch::dispatch, nullptr, nullptr,
+                                 nullptr};
     source_ = g_source_new(&funcs, sizeof(Source));
     reinterpret_cast<Source*>(source_)->owner = this;
-    tag_ = g_source_add_unix_fd(source_, fd, conditions_);
+    // The loop polls with the events of this very record each time, so changing them needs no call into it
+    // (g_source_modify_unix_fd would wake the loop up for every change).
+    g_source_add_poll(source_, &poll_);
+    // A source that may not recurse is taken out of the poll while it is dispatched and put back after, which
+    // wakes the loop up twice for every dispatch. Nothing here runs a nested loop.
+    g_source_set_can_recurse(source_, TRUE);
     g_source_attach(source_, g_main_context_get_thread_default());
 }
 
@@ -18,14 +24,21 @@ ZELSocketWatch::~ZELSocketWatch() {
 }
 
 void ZELSocketWatch::watch(GIOCondition conditions) {
-    if (conditions == conditions_) return;
-    conditions_ = conditions;
-    g_source_modify_unix_fd(source_, tag_, conditions);
+    poll_.events = static_cast<gushort>(conditions);
+}
+
+gboolean ZELSocketWatch::check(GSource* source) {
+    return reinterpret_cast<Source*>(source)->owner->poll_.revents != 0;
 }
 
 gboolean ZELSocketWatch::dispatch(GSource* source, GSourceFunc, gpointer) {
     ZELSocketWatch* watch = reinterpret_cast<Source*>(source)->owner;
-    const GIOCondition happened = g_source_query_unix_fd(source, watch->tag_);
+    const auto happened = static_cast<GIOCondition>(watch->poll_.revents);
+    watch->poll_.revents = 0;
+    if ((happened & (G_IO_HUP | G_IO_ERR | G_IO_NVAL)) && watch->polled_) {
+        g_source_remove_poll(source, &watch->poll_);
+        watch->polled_ = false;
+    }
     // The handler may destroy the watch: nothing of it is touched afterwards.
     if (happened != 0) watch->handler_(happened);
     return G_SOURCE_CONTINUE;

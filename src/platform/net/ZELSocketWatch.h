@@ -3,13 +3,15 @@
 // end).
 //
 // One source for the watch's whole life, so asking for other conditions on every turn of a connection costs
-// neither an allocation nor a new source. The descriptor is not owned and must stay open while it is watched.
-// The handler may destroy the watch. The watch's own thread only.
+// neither an allocation, nor a new source, nor a wake-up of the loop: the conditions are read anew each time
+// the loop polls, and only the watch's own thread changes them. The descriptor is not owned and must stay
+// open while it is watched. The handler may destroy the watch. The watch's own thread only.
 #pragma once
 
 #include <glib.h>
 
 #include <functional>
+#include <utility>
 
 namespace zel::platform {
 
@@ -25,18 +27,20 @@ class ZELSocketWatch {
 
     // What to wait for from now on; 0 for nothing.
     void watch(GIOCondition conditions);
+    void setHandler(Handler handler) { handler_ = std::move(handler); }
 
   private:
     struct Source {
         GSource base;
         ZELSocketWatch* owner;
     };
+    static gboolean check(GSource* source);
     static gboolean dispatch(GSource* source, GSourceFunc, gpointer);
 
     Handler handler_;
     GSource* source_;
-    gpointer tag_;
-    GIOCondition conditions_ = static_cast<GIOCondition>(0);
+    GPollFD poll_;
+    bool polled_ = true;
 };
 
 }  // namespace zel::platform

@@ -137,7 +137,7 @@ void ZELUpstreamPool::connected(GObject* source, GAsyncResult* result, gpointer 
     GSocket* socket = g_socket_connection_get_socket(stream.get());
     g_socket_set_option(socket, IPPROTO_TCP, TCP_NODELAY, TRUE, nullptr);
     g_socket_set_blocking(socket, FALSE);
-    pending->ready(Outcome{Connection{std::move(stream), false}, true, {}});
+    pending->ready(Outcome{Connection{std::move(stream), nullptr, false}, true, {}});
 }
 
 }  // namespace zel::platform

@@ -9,6 +9,7 @@
 #pragma once
 
 #include "platform/net/GObjectPtr.h"
+#include "platform/net/ZELSocketWatch.h"
 
 #include <gio/gio.h>
 
@@ -26,6 +27,8 @@ class ZELUpstreamPool {
   public:
     struct Connection {
         GObjectPtr<GSocketConnection> stream;
+        // Its watch, kept with it between requests (watching nothing, calling nothing); none for a new one.
+        std::unique_ptr<ZELSocketWatch> watch;
         // Served a request before: it may have been closed by its origin meanwhile.
         bool reused = false;
         int fd() const;
