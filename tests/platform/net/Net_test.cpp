@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <set>
 #include <string>
 #include <tuple>
@@ -95,20 +96,24 @@ struct WebProxyTest : testing::Test {
                 g_memory_input_stream_new_from_data(body.data(), body.size(), nullptr));
             soup_message_set_request_body(message, "text/plain", stream.get(), chunked ? -1 : body.size());
         }
-        GBytes* received = nullptr;
+        struct Received {
+            bool done = false;
+            GBytes* bytes = nullptr;  // none when the answer failed
+        } received;
         soup_session_send_and_read_async(
             client.get(), message, G_PRIORITY_DEFAULT, nullptr,
             +[](GObject* session, GAsyncResult* result, gpointer out) {
-                *static_cast<GBytes**>(out) =
-                    soup_session_send_and_read_finish(SOUP_SESSION(session), result, nullptr);
+                auto* received = static_cast<Received*>(out);
+                received->bytes = soup_session_send_and_read_finish(SOUP_SESSION(session), result, nullptr);
+                received->done = true;
             },
             &received);
-        EXPECT_TRUE(test::waitFor([&] { return received != nullptr; }));
+        EXPECT_TRUE(test::waitFor([&] { return received.done; }));
         std::string text;
-        if (received != nullptr) {
-            text.assign(static_cast<const char*>(g_bytes_get_data(received, nullptr)),
-                        g_bytes_get_size(received));
-            g_bytes_unref(received);
+        if (received.bytes != nullptr) {
+            text.assign(static_cast<const char*>(g_bytes_get_data(received.bytes, nullptr)),
+                        g_bytes_get_size(received.bytes));
+            g_bytes_unref(received.bytes);
         }
         return text;
     }
@@ -179,6 +184,34 @@ TEST_F(WebProxyTest, RequestsReachTheOriginAsMade) {
         SCOPED_TRACE(path);
         GObjectPtr<SoupMessage> message(soup_message_new(method, ("http://" + origin.host() + path).c_str()));
         EXPECT_EQ(send(message.get(), std::string(size, 'x'), chunked), expected);
+    }
+}
+
+// What an origin sends wrongly reaches the page as a gateway error or a cut answer, never as a wrong body,
+// and the proxy goes on serving.
+TEST_F(WebProxyTest, AMalformedAnswerBecomesAGatewayErrorOrACutAnswer) {
+    test::Loopback origin{[](SoupServerMessage* message, const std::string& path) {
+        if (path == "/fine") return soup_server_message_set_status(message, 204, nullptr);
+        const std::map<std::string, std::string> raw{
+            {"/garbage", "hello\r\n\r\n"},
+            {"/length", "HTTP/1.1 200 OK\r\nContent-Length: 4x\r\n\r\nbody"},
+            {"/lengths", "HTTP/1.1 200 OK\r\nContent-Length: 4\r\nContent-Length: 5\r\n\r\nbody"},
+            {"/silent", ""},
+            {"/short", "HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nbody"}};  // and then the origin closes
+        test::Loopback::writeRaw(message, raw.at(path));
+    }};
+    for (const auto& [path, status] : {std::pair{"/garbage", 502u},
+                                       {"/length", 502u},
+                                       {"/lengths", 502u},
+                                       {"/silent", 502u},
+                                       {"/short", 0u},
+                                       {"/fine", 204u}}) {
+        SCOPED_TRACE(path);
+        GObjectPtr<SoupMessage> message(soup_message_new("GET", ("http://" + origin.host() + path).c_str()));
+        const std::string body = send(message.get());
+        // A cut answer fails in the client.
+        EXPECT_NE(body, "body");
+        EXPECT_EQ(status != 0 ? guint{soup_message_get_status(message.get())} : 0u, status);
     }
 }
 
