@@ -7,7 +7,7 @@
 #                                           keeping nothing (the test command's bounded run); the cache
 #                                           target, which builds a folder tree per input, runs N/4
 #
-# Targets: json bridge cache version command_line (all by default). An input that breaks a target is saved
+# Targets: json bridge cache version command_line http (all by default). An input that breaks a target is saved
 # as build-fuzz/artifacts/<target>/crash-*; rerun it with build-fuzz/fuzz/<target>_fuzz FILE.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -22,7 +22,7 @@ elif [[ "${1:-}" =~ ^[0-9]+$ ]]; then
   shift
 fi
 targets=("$@")
-[ ${#targets[@]} -gt 0 ] || targets=(json bridge cache version command_line)
+[ ${#targets[@]} -gt 0 ] || targets=(json bridge cache version command_line http)
 
 # Quiet unless something fails: then the build's own output says what.
 if ! out="$(CXX=clang++ cmake -S . -B build-fuzz -G Ninja -DOSTRELLE_FUZZ=ON -DOSTRELLE_WERROR=ON 2>&1 &&
