@@ -135,11 +135,11 @@ bool ZELRelayConnection::step() {
 
 bool ZELRelayConnection::readFrom(Side& side, std::string& into) {
     if (!side.readable || side.ended) return false;
-    const std::size_t had = into.size();
-    into.resize(had + kPiece);
-    const ssize_t got = recv(side.fd, into.data() + had, kPiece, 0);
-    into.resize(had + std::max<ssize_t>(got, 0));
+    // One buffer for every connection of the thread: growing `into` by a piece would clear it first.
+    static thread_local char buffer[kPiece];
+    const ssize_t got = recv(side.fd, buffer, kPiece, 0);
     if (got > 0) {
+        into.append(buffer, static_cast<std::size_t>(got));
         // A short read has taken what there was; the watch tells when there is more.
         if (static_cast<std::size_t>(got) < kPiece) side.readable = false;
         return true;
