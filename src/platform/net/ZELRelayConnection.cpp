@@ -2,7 +2,6 @@
 
 #include <netinet/in.h>
 #include <netinet/tcp.h>
-#include <poll.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -49,8 +48,7 @@ ZELRelayConnection::~ZELRelayConnection() {
     upstream_.watch.reset();
     if (client_.stream) g_io_stream_close(G_IO_STREAM(client_.stream.get()), nullptr, nullptr);
     if (upstream_.stream) g_io_stream_close(G_IO_STREAM(upstream_.stream.get()), nullptr, nullptr);
-    idleServer_.watch.reset();
-    if (idleServer_.stream) g_io_stream_close(G_IO_STREAM(idleServer_.stream.get()), nullptr, nullptr);
+    idleServer_.close();
 }
 
 void ZELRelayConnection::attach(Side& side, ZELUpstreamPool::Connection connection) {
@@ -59,8 +57,9 @@ void ZELRelayConnection::attach(Side& side, ZELUpstreamPool::Connection connecti
     GSocket* socket = g_socket_connection_get_socket(side.stream.get());
     side.fd = g_socket_get_fd(socket);
     const bool isClient = &side == &client_;
-    // Upstream connections come without Nagle's delay from where they are made, once.
-    if (isClient) g_socket_set_option(socket, IPPROTO_TCP, TCP_NODELAY, TRUE, nullptr);
+    // A connection without a watch is new here (one kept between requests brings its own): small answers must
+    // not wait for Nagle's delay.
+    if (!connection.watch) g_socket_set_option(socket, IPPROTO_TCP, TCP_NODELAY, TRUE, nullptr);
     auto handler = [this, isClient](GIOCondition happened) {
         Side& s = isClient ? client_ : upstream_;
         if (happened & (G_IO_IN | G_IO_HUP | G_IO_ERR)) s.readable = true;
@@ -292,15 +291,7 @@ void ZELRelayConnection::toServer(std::string head, std::string body) {
     reusedUpstream_ = false;
     ZELUpstreamPool::Connection server = std::move(idleServer_);
     idleServer_ = {};
-    if (server.stream) {
-        pollfd probe{g_socket_get_fd(g_socket_connection_get_socket(server.stream.get())), POLLIN | POLLRDHUP,
-                     0};
-        if (poll(&probe, 1, 0) != 0) {
-            server.watch.reset();
-            g_io_stream_close(G_IO_STREAM(server.stream.get()), nullptr, nullptr);
-            server = {};
-        }
-    }
+    if (server.stream && !server.looksOpen()) server.close();
     if (!server.stream) {
         GObjectPtr<GSocketClient> connector(g_socket_client_new());
         g_socket_client_set_enable_proxy(connector.get(), FALSE);
@@ -314,8 +305,6 @@ void ZELRelayConnection::toServer(std::string head, std::string body) {
             badGateway(reason);
             return;
         }
-        g_socket_set_option(g_socket_connection_get_socket(server.stream.get()), IPPROTO_TCP, TCP_NODELAY,
-                            TRUE, nullptr);
     }
     attach(upstream_, std::move(server));
     upstream_.out = rewriteHead(head, firstLine(head), "proxy-authorization,expect",
@@ -387,8 +376,8 @@ bool ZELRelayConnection::readAnswerHead() {
         answerStarted_ = true;
         keepUpstream_ = answer_.http11 && !answer_.close && !request_.closeAfter &&
                         kind != ZELBodyFraming::UntilClose && kind != ZELBodyFraming::Tunnel;
-        closeAfter_ = request_.closeAfter || (answer_.close && !rechunk_) ||
-                      (kind == ZELBodyFraming::UntilClose && !rechunk_);
+        closeAfter_ =
+            request_.closeAfter || (!rechunk_ && (answer_.close || kind == ZELBodyFraming::UntilClose));
         answerBody_ = http::ZELBodyReader(answer_.body);
         phase_ = kind == ZELBodyFraming::Tunnel ? Phase::Tunnel : Phase::AnswerBody;
         return true;

@@ -1,7 +1,5 @@
 #include "platform/net/ZELUpstreamPool.h"
 
-#include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <poll.h>
 
 #include <utility>
@@ -16,13 +14,6 @@ std::string key(const std::string& host, std::uint16_t port) {
     return host + ":" + std::to_string(port);
 }
 
-// An idle connection is readable only when its origin closed it or sent something unasked: unusable either
-// way.
-bool looksOpen(int fd) {
-    pollfd probe{fd, POLLIN | POLLRDHUP, 0};
-    return poll(&probe, 1, 0) == 0;
-}
-
 }  // namespace
 
 struct ZELUpstreamPool::Pending {
@@ -33,8 +24,16 @@ struct ZELUpstreamPool::Pending {
     Ready ready;
 };
 
-int ZELUpstreamPool::Connection::fd() const {
-    return g_socket_get_fd(g_socket_connection_get_socket(stream.get()));
+bool ZELUpstreamPool::Connection::looksOpen() const {
+    pollfd probe{g_socket_get_fd(g_socket_connection_get_socket(stream.get())), POLLIN | POLLRDHUP, 0};
+    return poll(&probe, 1, 0) == 0;
+}
+
+void ZELUpstreamPool::Connection::close() {
+    // The watch goes first: the loop must not poll a descriptor that is closed, or already another's.
+    watch.reset();
+    if (stream) g_io_stream_close(G_IO_STREAM(stream.get()), nullptr, nullptr);
+    stream.reset();
 }
 
 ZELUpstreamPool::ZELUpstreamPool(GProxyResolver* resolver)
@@ -45,8 +44,7 @@ ZELUpstreamPool::ZELUpstreamPool(GProxyResolver* resolver)
 
 ZELUpstreamPool::~ZELUpstreamPool() {
     for (auto& [destination, connections] : idle_) {
-        for (Idle& idle : connections)
-            g_io_stream_close(G_IO_STREAM(idle.connection.stream.get()), nullptr, nullptr);
+        for (Idle& idle : connections) idle.connection.close();
     }
 }
 
@@ -59,11 +57,11 @@ std::optional<ZELUpstreamPool::Connection> ZELUpstreamPool::take(const std::stri
     while (!connections.empty()) {
         Idle idle = std::move(connections.back());
         connections.pop_back();
-        if (now - idle.since < kIdleLifetime && looksOpen(idle.connection.fd())) {
+        if (now - idle.since < kIdleLifetime && idle.connection.looksOpen()) {
             idle.connection.reused = true;
             return std::move(idle.connection);
         }
-        g_io_stream_close(G_IO_STREAM(idle.connection.stream.get()), nullptr, nullptr);
+        idle.connection.close();
     }
     return std::nullopt;
 }
@@ -73,7 +71,7 @@ void ZELUpstreamPool::put(const std::string& host, std::uint16_t port, Connectio
     dropExpired(now);
     std::vector<Idle>& connections = idle_[key(host, port)];
     if (connections.size() >= kIdlePerDestination) {
-        g_io_stream_close(G_IO_STREAM(connection.stream.get()), nullptr, nullptr);
+        connection.close();
         return;
     }
     connections.push_back(Idle{std::move(connection), now});
@@ -83,7 +81,7 @@ void ZELUpstreamPool::dropExpired(gint64 now) {
     for (auto it = idle_.begin(); it != idle_.end();) {
         std::erase_if(it->second, [now](Idle& idle) {
             if (now - idle.since < kIdleLifetime) return false;
-            g_io_stream_close(G_IO_STREAM(idle.connection.stream.get()), nullptr, nullptr);
+            idle.connection.close();
             return true;
         });
         it = it->second.empty() ? idle_.erase(it) : std::next(it);
@@ -134,9 +132,6 @@ void ZELUpstreamPool::connected(GObject* source, GAsyncResult* result, gpointer 
         pending->ready(std::move(failed));
         return;
     }
-    GSocket* socket = g_socket_connection_get_socket(stream.get());
-    g_socket_set_option(socket, IPPROTO_TCP, TCP_NODELAY, TRUE, nullptr);
-    g_socket_set_blocking(socket, FALSE);
     pending->ready(Outcome{Connection{std::move(stream), nullptr, false}, true, {}});
 }
 

@@ -31,7 +31,11 @@ class ZELUpstreamPool {
         std::unique_ptr<ZELSocketWatch> watch;
         // Served a request before: it may have been closed by its origin meanwhile.
         bool reused = false;
-        int fd() const;
+        // An idle connection is readable only when its peer closed it or sent something unasked: unusable
+        // either way.
+        bool looksOpen() const;
+        // Stops the watch and closes the stream; the connection is empty afterwards.
+        void close();
     };
     struct Outcome {
         std::optional<Connection> connection;
