@@ -4,8 +4,7 @@
 // of the slower side.
 //
 // - A plain request (HTTP/1.1, http, no upgrade, a body of at most 64 KiB, not one of the web app's files)
-// goes
-//   straight to its origin on a pooled connection; a pooled connection that turns out closed before any
+//   goes straight to its origin on a pooled connection; a pooled connection that turns out closed before any
 //   answer arrived is tried once more on a new one.
 // - Everything else (the web app's own files, bodies that stream, upgrades, CONNECT, HTTP/1.0, destinations
 //   behind a proxy of the user's) goes to the proxy server with the proxy's credentials, over a connection
@@ -15,8 +14,7 @@
 // - An answer whose body ends when the origin closes goes to the client in chunks, so the client's connection
 //   stays open.
 // - A failure before any of the answer was passed back becomes "502 Bad Gateway" with the reason as text;
-// after
-//   that, the client's connection is closed, as the origin's was.
+//   after that, the client's connection is closed, as the origin's was.
 //
 // Owned by the relay through a shared pointer until `closed` runs; destroying it closes both sides. The
 // relay's thread only (its thread-default main context).

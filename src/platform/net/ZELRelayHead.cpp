@@ -1,7 +1,5 @@
 #include "platform/net/ZELRelayHead.h"
 
-#include "platform/net/GObjectPtr.h"
-
 #include <libsoup/soup.h>
 
 #include <memory>
